@@ -1,0 +1,57 @@
+# Sourced by ./run, ./test and .ci/run: installs the Debian packages that are missing, and only those.
+# All talk goes to standard error, so that the standard output of what is run afterwards stays its own.
+
+build_packages=(g++ cmake ninja-build libxml2-dev libcurl4-openssl-dev libssl-dev libmicrohttpd-dev libcli11-dev
+                nlohmann-json3-dev)
+test_packages=(libgtest-dev libgmock-dev python3 python3-lxml curl binutils gzip util-linux valgrind)
+check_packages=(clang-format clang-tidy)
+
+# have_package NAME: whether the package is installed.
+have_package() {
+  [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
+}
+
+# as_root COMMAND...: runs the command as root, or says what is missing.
+as_root() {
+  if [ "$(id -u)" -eq 0 ]; then
+    "$@"
+  elif command -v sudo >/dev/null && sudo -n true 2>/dev/null; then
+    sudo -n "$@"
+  else
+    return 1
+  fi
+}
+
+# need_packages NAME...: installs those that are missing.
+need_packages() {
+  local missing=() name
+  for name in "$@"; do
+    have_package "$name" || missing+=("$name")
+  done
+  [ "${#missing[@]}" -eq 0 ] && return 0
+  if ! command -v apt-get >/dev/null; then
+    echo "This is not a Debian system; please install the counterparts of: ${missing[*]}" >&2
+    return 1
+  fi
+  echo "Installing: ${missing[*]}" >&2
+  if ! as_root true; then
+    echo "No right to install packages. As root, run: apt-get update && apt-get install -y --no-install-recommends ${missing[*]}" >&2
+    return 1
+  fi
+  as_root apt-get update -qq >&2 &&
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2
+}
+
+# build_preset PRESET [CMAKE-OPTION...]: configures and builds; the output is shown only when a step fails.
+build_preset() {
+  local preset=$1 log
+  shift
+  mkdir -p "$root/build"
+  log="$root/build/$preset.log"
+  echo "Building ($preset) ..." >&2
+  if ! (cd "$root" && cmake --preset "$preset" "$@" && cmake --build --preset "$preset") >"$log" 2>&1; then
+    cat "$log" >&2
+    echo "The build failed; its output is above and in build/$preset.log" >&2
+    return 1
+  fi
+}
