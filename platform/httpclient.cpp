@@ -1,0 +1,252 @@
+#include "platform/httpclient.h"
+
+#include <curl/curl.h>
+#include <sys/socket.h>
+
+#include <array>
+#include <cerrno>
+#include <mutex>
+#include <new>
+#include <system_error>
+#include <utility>
+
+#include "platform/httplimits.h"
+#include "platform/xmlreply.h"
+
+namespace {
+
+struct CurlDeleter {
+  void operator()(CURL* pEasy) const noexcept { curl_easy_cleanup(pEasy); }
+  void operator()(CURLU* pUrl) const noexcept { curl_url_cleanup(pUrl); }
+  void operator()(curl_slist* pList) const noexcept { curl_slist_free_all(pList); }
+};
+using OwnedCurl = std::unique_ptr<CURL, CurlDeleter>;
+using OwnedCurlUrl = std::unique_ptr<CURLU, CurlDeleter>;
+using OwnedCurlList = std::unique_ptr<curl_slist, CurlDeleter>;
+
+// What curl hands over while an answer arrives.
+struct ANSWER {
+  std::string strBody;
+  std::size_t nHeaderBytes = 0;
+  bool blHeaderEnded = false;
+  bool blTooLarge = false;
+  bool blNoMemory = false;
+};
+
+std::size_t OnBody(char* pData, std::size_t nSize, std::size_t nCount, void* pUser) noexcept {
+  ANSWER& answer = *static_cast<ANSWER*>(pUser);
+  const std::size_t nBytes = nSize * nCount;
+  answer.blTooLarge = nBytes > HTTP_MAX_ANSWER_BYTES - answer.strBody.size();
+  if (answer.blTooLarge) return 0;
+  try {
+    answer.strBody.append(pData, nBytes);
+  } catch (const std::bad_alloc&) {
+    answer.blNoMemory = true;
+    return 0;
+  }
+  return nBytes;
+}
+
+// Called for every header line, the empty one at the end included.
+std::size_t OnHeader(char* pLine, std::size_t nSize, std::size_t nCount, void* pUser) noexcept {
+  ANSWER& answer = *static_cast<ANSWER*>(pUser);
+  answer.nHeaderBytes += nSize * nCount;
+  answer.blHeaderEnded = *pLine == '\r' || *pLine == '\n';
+  answer.blTooLarge = answer.nHeaderBytes > HTTP_MAX_HEADER_BYTES;
+  return answer.blTooLarge ? 0 : nSize * nCount;
+}
+
+// Makes the socket of a connection: not inherited by the host's children, and with the reason kept when there is none.
+curl_socket_t OnSocket(void* pUser, curlsocktype, curl_sockaddr* pAddress) noexcept {
+  const int nFd = socket(pAddress->family, pAddress->socktype | SOCK_CLOEXEC, pAddress->protocol);
+  *static_cast<int*>(pUser) = nFd == -1 ? errno : 0;
+  return nFd == -1 ? CURL_SOCKET_BAD : nFd;
+}
+
+OwnedCurl MakeEasy() {
+  static std::once_flag blInitialised;
+  std::call_once(blInitialised, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
+  return OwnedCurl(curl_easy_init());
+}
+
+OwnedCurlList RequestHeaders() {
+  static constexpr const char* rgHeader[] = {"Content-Type: application/soap+xml; charset=utf-8", "Accept:", "Expect:"};
+  OwnedCurlList pList;
+  for (const char* pHeader : rgHeader) {
+    curl_slist* const pHead = curl_slist_append(pList.get(), pHeader);
+    if (pHead == nullptr) return nullptr;
+    if (!pList) pList.reset(pHead);  // later calls return the same head
+  }
+  return pList;
+}
+
+std::string UrlHost(const std::string& strHost) {
+  const bool blBareIpv6 = strHost.find(':') != std::string::npos && strHost.front() != '[';
+  return blBareIpv6 ? "[" + strHost + "]" : strHost;
+}
+
+// The address of one request, or null when its pieces make no address.
+OwnedCurlUrl MakeUrl(const std::string& strHost, int nPort, const std::string& strPath) {
+  OwnedCurlUrl pUrl(curl_url());
+  if (!pUrl) return nullptr;
+  const std::size_t nQuery = strPath.find('?');
+  const std::string strFile = (strPath.substr(0, 1) == "/" ? "" : "/") + strPath.substr(0, nQuery);
+  const bool blMade = curl_url_set(pUrl.get(), CURLUPART_SCHEME, "http", 0) == CURLUE_OK &&
+                      curl_url_set(pUrl.get(), CURLUPART_HOST, UrlHost(strHost).c_str(), 0) == CURLUE_OK &&
+                      curl_url_set(pUrl.get(), CURLUPART_PORT, std::to_string(nPort).c_str(), 0) == CURLUE_OK &&
+                      curl_url_set(pUrl.get(), CURLUPART_PATH, strFile.c_str(), 0) == CURLUE_OK &&
+                      (nQuery == std::string::npos ||
+                       curl_url_set(pUrl.get(), CURLUPART_QUERY, strPath.substr(nQuery + 1).c_str(), 0) == CURLUE_OK);
+  if (!blMade) return nullptr;
+  return pUrl;
+}
+
+// Line feeds, blanks and other controls would end the request line early.
+bool IsRequestTarget(const std::string& strPath) {
+  for (const char cByte : strPath) {
+    if (static_cast<unsigned char>(cByte) <= ' ' || cByte == '\x7f') return false;
+  }
+  return true;
+}
+
+HTTP_POST_RESULT FromCurl(CURLcode eCode) {
+  switch (eCode) {
+    case CURLE_OK:
+      return HTTP_POST_OK;
+    case CURLE_URL_MALFORMAT:
+    case CURLE_COULDNT_RESOLVE_HOST:
+    case CURLE_COULDNT_CONNECT:
+      return HTTP_POST_NO_CONNECTION;
+    case CURLE_OPERATION_TIMEDOUT:
+      return HTTP_POST_TIMED_OUT;
+    case CURLE_OUT_OF_MEMORY:
+    case CURLE_FAILED_INIT:
+      return HTTP_POST_OUT_OF_RESOURCES;
+    default:
+      return HTTP_POST_CONNECTION_LOST;
+  }
+}
+
+// The result of an exchange that broke off.
+HTTP_POST_RESULT FromFailure(CURLcode eCode, long nErrno, const ANSWER& answer) {
+  if (answer.blNoMemory || nErrno == EMFILE || nErrno == ENFILE) return HTTP_POST_OUT_OF_RESOURCES;
+  if (answer.blTooLarge) return HTTP_POST_TOO_LARGE;
+  // curl calls a single header line over its own ceiling "out of memory".
+  if (eCode == CURLE_OUT_OF_MEMORY && answer.nHeaderBytes > 0) return HTTP_POST_TOO_LARGE;
+  return FromCurl(eCode);
+}
+
+// The result of an answer that arrived whole.
+HTTP_POST_RESULT FromStatus(int nStatus, XML_REPLY_RESULT eReply) {
+  const bool blParsed = eReply == XML_REPLY_RESULT::Parsed;
+  if (nStatus == 401) return HTTP_POST_AUTH_REFUSED;
+  if (nStatus >= 400) return blParsed ? HTTP_POST_ERROR_STATUS : HTTP_POST_BARE_STATUS;
+  if (nStatus >= 300) return HTTP_POST_REDIRECTED;
+  if (eReply == XML_REPLY_RESULT::LimitRefused) return HTTP_POST_LIMIT_REFUSED;
+  return blParsed ? HTTP_POST_OK : HTTP_POST_NOT_XML;
+}
+
+HTTP_EXCHANGE Failed(HTTP_EXCHANGE exchange, HTTP_POST_RESULT eResult, std::string strError) {
+  exchange.eResult = eResult;
+  exchange.strError = std::move(strError);
+  return exchange;
+}
+
+}  // namespace
+
+// The handle and what it refers to for its whole life.
+struct HttpClient::CONNECTION {
+  OwnedCurlList pHeaders = RequestHeaders();
+  std::array<char, CURL_ERROR_SIZE> rgError{};
+  int nSocketErrno = 0;
+  OwnedCurl pEasy = MakeEasy();
+
+  // Sets what is the same for every exchange; false when a handle could not be made or an option is not known.
+  bool Prepare() {
+    if (!pHeaders || !pEasy) return false;
+    return Set(CURLOPT_ERRORBUFFER, rgError.data()) && Set(CURLOPT_HTTPHEADER, pHeaders.get()) &&
+           Set(CURLOPT_ACCEPT_ENCODING, "identity") && Set(CURLOPT_POST, 1L) && Set(CURLOPT_NOSIGNAL, 1L) &&
+           Set(CURLOPT_PROXY, "") && Set(CURLOPT_FOLLOWLOCATION, 0L) && Set(CURLOPT_PATH_AS_IS, 1L) &&
+           Set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1)) && Set(CURLOPT_PROTOCOLS_STR, "http") &&
+           Set(CURLOPT_CONNECTTIMEOUT, HTTP_CONNECT_TIMEOUT_S) && Set(CURLOPT_OPENSOCKETFUNCTION, &OnSocket) &&
+           Set(CURLOPT_OPENSOCKETDATA, &nSocketErrno) && Set(CURLOPT_WRITEFUNCTION, &OnBody) &&
+           Set(CURLOPT_HEADERFUNCTION, &OnHeader);
+  }
+
+  CURLcode Perform(CURLU* pUrl, std::string_view strBody, int nTimeout_s, ANSWER& answer) {
+    rgError[0] = '\0';
+    nSocketErrno = 0;
+    const bool blSet = Set(CURLOPT_CURLU, pUrl) && Set(CURLOPT_POSTFIELDS, strBody.data()) &&
+                       Set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(strBody.size())) &&
+                       Set(CURLOPT_TIMEOUT, static_cast<long>(nTimeout_s)) && Set(CURLOPT_WRITEDATA, &answer) &&
+                       Set(CURLOPT_HEADERDATA, &answer);
+    const CURLcode eCode = blSet ? curl_easy_perform(pEasy.get()) : CURLE_FAILED_INIT;
+    Set(CURLOPT_CURLU, static_cast<CURLU*>(nullptr));  // the address does not live as long as the handle
+    return eCode;
+  }
+
+  int Status() const { return static_cast<int>(Info(CURLINFO_RESPONSE_CODE)); }
+
+  // What the system said to the socket or the connection that could not be made, 0 when nothing.
+  long Errno() const { return nSocketErrno != 0 ? nSocketErrno : Info(CURLINFO_OS_ERRNO); }
+
+  std::string ErrorText(CURLcode eCode, long nErrno) const {
+    const std::string strError = rgError[0] != '\0' ? rgError.data() : curl_easy_strerror(eCode);
+    return nErrno == 0 ? strError : strError + ": " + std::generic_category().message(static_cast<int>(nErrno));
+  }
+
+  long Info(CURLINFO eInfo) const {
+    long nValue = 0;
+    curl_easy_getinfo(pEasy.get(), eInfo, &nValue);
+    return nValue;
+  }
+
+  template <typename VALUE>
+  bool Set(CURLoption eOption, VALUE value) {
+    return curl_easy_setopt(pEasy.get(), eOption, value) == CURLE_OK;
+  }
+};
+
+HttpClient::HttpClient(std::string strHost, int nPort) : m_strHost(std::move(strHost)), m_nPort(nPort) {}
+
+HttpClient::~HttpClient() = default;
+
+HTTP_EXCHANGE HttpClient::Post(const std::string& strPath, std::string_view strBody, int nTimeout_s) noexcept {
+  try {
+    return Exchange(strPath, strBody, nTimeout_s);
+  } catch (...) {
+    HTTP_EXCHANGE exchange;
+    exchange.eResult = HTTP_POST_OUT_OF_RESOURCES;
+    return exchange;
+  }
+}
+
+HTTP_EXCHANGE HttpClient::Exchange(const std::string& strPath, std::string_view strBody, int nTimeout_s) {
+  HTTP_EXCHANGE exchange;
+  exchange.strPath = strPath;
+  const OwnedCurlUrl pUrl = IsRequestTarget(strPath) ? MakeUrl(m_strHost, m_nPort, strPath) : nullptr;
+  if (!pUrl) return Failed(std::move(exchange), HTTP_POST_NO_CONNECTION, "host, port and path make no HTTP address");
+  if (!Connect()) return Failed(std::move(exchange), HTTP_POST_OUT_OF_RESOURCES, "no HTTP handle could be made");
+  ANSWER answer;
+  const CURLcode eCode = m_pConnection->Perform(pUrl.get(), strBody, nTimeout_s, answer);
+  if (eCode != CURLE_OK) {
+    const long nErrno = m_pConnection->Errno();
+    return Failed(std::move(exchange), FromFailure(eCode, nErrno, answer), m_pConnection->ErrorText(eCode, nErrno));
+  }
+  if (!answer.blHeaderEnded) {
+    return Failed(std::move(exchange), HTTP_POST_CONNECTION_LOST, "the connection ended inside the answer's header");
+  }
+  exchange.nStatus = m_pConnection->Status();
+  XML_REPLY reply = ParseXmlReply(answer.strBody);
+  exchange.eResult = FromStatus(exchange.nStatus, reply.eResult);
+  exchange.pDoc = std::move(reply.pDoc);
+  return exchange;
+}
+
+bool HttpClient::Connect() {
+  if (m_pConnection) return true;
+  auto pConnection = std::make_unique<CONNECTION>();
+  if (!pConnection->Prepare()) return false;
+  m_pConnection = std::move(pConnection);
+  return true;
+}

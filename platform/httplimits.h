@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstddef>
+
+// Every ceiling of the HTTP client and the reply parser, in one place.
+// A camera that goes over one of them gets its answer refused; nothing else happens to the caller.
+
+/// Largest answer body, in bytes: as it travels, after decompression, and after conversion to UTF-8.
+inline constexpr std::size_t HTTP_MAX_ANSWER_BYTES = std::size_t{4} * 1024 * 1024;
+
+/// Largest answer header, status line included, in bytes.
+inline constexpr std::size_t HTTP_MAX_HEADER_BYTES = std::size_t{64} * 1024;
+
+/// Most elements in an answer document. A libxml2 tree of tiny elements takes some 32 bytes per byte of text.
+inline constexpr std::size_t XML_MAX_ELEMENTS = 100000;
+
+/// Longest start tag, in bytes from '<' to '>'. libxml2 compares the attributes of an element with each other: 80,000
+/// of them keep it busy for a minute.
+inline constexpr std::size_t XML_MAX_START_TAG_BYTES = std::size_t{32} * 1024;
+
+/// Time to establish a connection, in seconds; the timeout of the whole exchange applies as well.
+inline constexpr long HTTP_CONNECT_TIMEOUT_S = 10;

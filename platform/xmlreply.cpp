@@ -1,0 +1,116 @@
+#include "platform/xmlreply.h"
+
+#include <libxml/xmlerror.h>
+
+#include "platform/httplimits.h"
+#include "platform/xmlencoding.h"
+
+namespace {
+
+// Walks over the markup of a UTF-8 document, without understanding it, and refuses what would cost libxml2 too much.
+// It must never see a start tag shorter than libxml2 does: every '<' outside of comments, CDATA and processing
+// instructions begins a new piece of markup for both, because a '<' inside a tag is refused here.
+class MarkupScan {
+ public:
+  explicit MarkupScan(std::string_view strText) : m_strText(strText) {}
+
+  XML_REPLY_RESULT Run() {
+    if (m_strText.find('\0') != std::string_view::npos) return XML_REPLY_RESULT::NotXml;
+    std::size_t nAt = 0;
+    while ((nAt = m_strText.find('<', nAt)) != std::string_view::npos) {
+      const XML_REPLY_RESULT eResult = SkipMarkup(nAt);
+      if (eResult != XML_REPLY_RESULT::Parsed) return eResult;
+    }
+    return XML_REPLY_RESULT::Parsed;
+  }
+
+ private:
+  struct SECTION {
+    std::string_view strOpen;
+    std::string_view strClose;
+  };
+
+  bool StartsWith(std::size_t nAt, std::string_view strWhat) const {
+    return m_strText.substr(nAt, strWhat.size()) == strWhat;
+  }
+
+  // Moves `nAt` behind the markup that begins there.
+  XML_REPLY_RESULT SkipMarkup(std::size_t& nAt) {
+    static constexpr SECTION rgSection[] = {{"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"}};
+    for (const SECTION& section : rgSection) {
+      if (!StartsWith(nAt, section.strOpen)) continue;
+      nAt = m_strText.find(section.strClose, nAt + section.strOpen.size());
+      return nAt == std::string_view::npos ? XML_REPLY_RESULT::NotXml : XML_REPLY_RESULT::Parsed;
+    }
+    if (StartsWith(nAt, "<!")) return XML_REPLY_RESULT::LimitRefused;  // DOCTYPE: entities can ask for gigabytes
+    return SkipTag(nAt);
+  }
+
+  XML_REPLY_RESULT SkipTag(std::size_t& nAt) {
+    if (!StartsWith(nAt, "</") && ++m_nElements > XML_MAX_ELEMENTS) return XML_REPLY_RESULT::LimitRefused;
+    const std::size_t nStart = nAt;
+    char cQuote = '\0';
+    for (++nAt; nAt < m_strText.size(); ++nAt) {
+      const char cNow = m_strText[nAt];
+      if (cNow == '<') return XML_REPLY_RESULT::NotXml;
+      if (nAt - nStart >= XML_MAX_START_TAG_BYTES) return XML_REPLY_RESULT::LimitRefused;
+      if (cQuote != '\0') {
+        if (cNow == cQuote) cQuote = '\0';
+      } else if (cNow == '"' || cNow == '\'') {
+        cQuote = cNow;
+      } else if (cNow == '>') {
+        return XML_REPLY_RESULT::Parsed;
+      }
+    }
+    return XML_REPLY_RESULT::NotXml;
+  }
+
+  std::string_view m_strText;
+  std::size_t m_nElements = 0;
+};
+
+// libxml2 reports badly encoded bytes with the code of characters that XML does not allow, but quotes them.
+bool IsBadlyEncoded(const xmlError& error) {
+  return error.code == XML_ERR_INVALID_CHAR && error.str1 != nullptr;
+}
+
+// Remembers that the parser met a fatal fault other than badly encoded bytes. (An undeclared prefix is no fatal one:
+// such a document is well formed.)
+void NoteFault(void* pContext, xmlErrorPtr pError) {
+  if (pError->level != XML_ERR_FATAL || IsBadlyEncoded(*pError)) return;
+  *static_cast<bool*>(static_cast<xmlParserCtxt*>(pContext)->_private) = true;
+}
+
+// XML_PARSE_RECOVER is here for badly encoded bytes alone; any other fault refuses the document afterwards.
+// XML_PARSE_IGNORE_ENC because the text is UTF-8 by now, whatever its declaration says.
+constexpr int k_nParseOptions =
+    XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_RECOVER | XML_PARSE_IGNORE_ENC;
+
+OwnedXmlDoc ParseUtf8(const std::string& strText) {
+  const OwnedXmlParser pParser(xmlNewParserCtxt());
+  if (!pParser) return nullptr;
+  bool blFault = false;
+  pParser->_private = &blFault;
+  pParser->sax->serror = NoteFault;
+  const int nSize = static_cast<int>(strText.size());
+  OwnedXmlDoc pDoc(xmlCtxtReadMemory(pParser.get(), strText.data(), nSize, nullptr, nullptr, k_nParseOptions));
+  if (blFault) return nullptr;
+  return pDoc;
+}
+
+XML_REPLY Refused(XML_REPLY_RESULT eResult) {
+  return {eResult, nullptr};
+}
+
+}  // namespace
+
+XML_REPLY ParseXmlReply(std::string_view strBody) {
+  const std::optional<std::string> strText = XmlTextToUtf8(strBody);
+  if (!strText) return Refused(XML_REPLY_RESULT::NotXml);
+  if (strText->size() > HTTP_MAX_ANSWER_BYTES) return Refused(XML_REPLY_RESULT::LimitRefused);
+  const XML_REPLY_RESULT eScan = MarkupScan(*strText).Run();
+  if (eScan != XML_REPLY_RESULT::Parsed) return Refused(eScan);
+  OwnedXmlDoc pDoc = ParseUtf8(*strText);
+  if (!pDoc) return Refused(XML_REPLY_RESULT::NotXml);
+  return {XML_REPLY_RESULT::Parsed, std::move(pDoc)};
+}
