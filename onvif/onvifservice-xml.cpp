@@ -1,0 +1,189 @@
+// The XML and XPath tools of OnvifServiceBase.
+
+#include <libxml/xpathInternals.h>
+
+#include <array>
+
+#include "onvif/onvifservice.h"
+#include "onvif/xmlhandles.h"
+#include "onvif/xmlpath.h"
+#include "onvif/xmlwalk.h"
+
+namespace {
+
+constexpr const char* k_pPtzVer10Uri = "http://www.onvif.org/ver10/ptz/wsdl";
+constexpr const char* k_pPtzVer20Uri = "http://www.onvif.org/ver20/ptz/wsdl";
+
+using PREFIX_TABLE = std::array<XmlPath::PREFIX, 7>;
+
+// The prefixes of all look-ups, whatever prefixes the camera chose.
+PREFIX_TABLE FixedPrefixes(bool blVersion10) {
+  return {{
+      {"soapenv", "http://www.w3.org/2003/05/soap-envelope"},
+      {"tev", "http://www.onvif.org/ver10/events/wsdl"},
+      {"timg", "http://www.onvif.org/ver10/imaging/wsdl"},
+      {"tds", "http://www.onvif.org/ver10/device/wsdl"},
+      {"trt", "http://www.onvif.org/ver10/media/wsdl"},
+      {"tptz", blVersion10 ? k_pPtzVer10Uri : k_pPtzVer20Uri},
+      {"tt", "http://www.onvif.org/ver10/schema"},
+  }};
+}
+
+bool Register(xmlXPathContext* pContext, const xmlChar* pPrefix, const xmlChar* pUri) {
+  return xmlXPathRegisterNs(pContext, pPrefix, pUri) == 0;
+}
+
+// Whether the namespace of the root and those declared behind it have prefixes. A default namespace has none, and makes
+// the whole document unsearchable; this is meant.
+bool AreDeclaredUsable(const xmlNode* pRoot) {
+  for (const xmlNs* pNs = pRoot->ns; pNs != nullptr; pNs = pNs->next) {
+    if (pNs->prefix == nullptr) return false;
+  }
+  return true;
+}
+
+// The namespace of the root and those declared behind it.
+bool RegisterDeclared(xmlXPathContext* pContext, const xmlNode* pRoot) {
+  for (const xmlNs* pNs = pRoot->ns; pNs != nullptr; pNs = pNs->next) {
+    if (!Register(pContext, pNs->prefix, pNs->href)) return false;
+  }
+  return true;
+}
+
+// An XPath result that holds `nodes`, null for none.
+xmlXPathObject* NewNodeSet(const std::vector<xmlNode*>& nodes) {
+  if (nodes.empty()) return nullptr;
+  XmlXPathObject pObject(xmlXPathNewNodeSet(nodes.front()));
+  if (!pObject || xmlXPathNodeSetIsEmpty(pObject->nodesetval)) return nullptr;
+  for (auto itNode = nodes.begin() + 1; itNode != nodes.end(); ++itNode) {
+    if (xmlXPathNodeSetAddUnique(pObject->nodesetval, *itNode) != 0) return nullptr;
+  }
+  return pObject.release();
+}
+
+RET_ONVIF StoreText(const XmlText& pText, std::string& strOut) {
+  if (!pText) return RET_ONVIF_XML_FAIL;
+  strOut = XmlString(pText.get());
+  return RET_ONVIF_OK;
+}
+
+RET_ONVIF CheckPathArgs(const xmlDoc* pDoc, const std::string& strXPath) {
+  if (pDoc == nullptr) return RET_ONVIF_INVALID_ARG;
+  return strXPath.empty() ? RET_ONVIF_SEND_FAIL : RET_ONVIF_OK;
+}
+
+xmlNode* FirstNode(const XmlXPathObject& pObject) {
+  return *XmlNodes(*pObject).begin();
+}
+
+xmlNode* NewTextChild(xmlNode* pParent, const std::string& strName, const xmlChar* pContent) {
+  return xmlNewTextChild(pParent, nullptr, XmlChars(strName), pContent);
+}
+
+// Gives `pNode` its attribute; null when there is no node or the attribute fails.
+xmlNode* WithAttr(xmlNode* pNode, const std::string& strAttr, const std::string& strValue) {
+  if (pNode == nullptr) return nullptr;
+  const XmlSilence silence;  // libxml2 takes bytes that are not UTF-8, but complains
+  return xmlSetProp(pNode, XmlChars(strAttr), XmlChars(strValue)) == nullptr ? nullptr : pNode;
+}
+
+}  // namespace
+
+RET_ONVIF OnvifServiceBase::RegistNsForONVIF(_xmlXPathContext* pContext) {
+  for (const XmlPath::PREFIX& prefix : FixedPrefixes(IsVersion10())) {
+    if (!Register(pContext, XmlChars(prefix.pPrefix), XmlChars(prefix.pUri))) return RET_ONVIF_XML_FAIL;
+  }
+  return RET_ONVIF_OK;
+}
+
+_xmlXPathObject* OnvifServiceBase::GetXmlNodeSet(_xmlDoc* pDoc, const char* pXPath) {
+  if (pXPath == nullptr) return nullptr;
+  const xmlNode* const pRoot = pDoc == nullptr ? nullptr : xmlDocGetRootElement(pDoc);
+  if (pRoot == nullptr || !AreDeclaredUsable(pRoot)) return nullptr;
+  const PREFIX_TABLE rgPrefix = FixedPrefixes(IsVersion10());
+  if (const std::optional<XmlPath> path = XmlPath::Parse(pXPath, rgPrefix)) return NewNodeSet(path->Find(pDoc));
+  return EvaluateXPath(pDoc, pRoot, pXPath);
+}
+
+_xmlXPathObject* OnvifServiceBase::EvaluateXPath(_xmlDoc* pDoc, const _xmlNode* pRoot, const char* pXPath) {
+  const XmlSilence silence;
+  const XmlXPathContext pContext(xmlXPathNewContext(pDoc));
+  if (!pContext || !RegisterDeclared(pContext.get(), pRoot)) return nullptr;
+  // After the declared ones, so that the fixed prefixes win.
+  if (RegistNsForONVIF(pContext.get()) != RET_ONVIF_OK) return nullptr;
+  XmlXPathObject pObject(xmlXPathEvalExpression(XmlChars(pXPath), pContext.get()));
+  if (!pObject || xmlXPathNodeSetIsEmpty(pObject->nodesetval)) return nullptr;
+  return pObject.release();
+}
+
+RET_ONVIF OnvifServiceBase::GetNodeAttr(_xmlNode* pNode, std::string strAttr, std::string& strValue) {
+  if (pNode == nullptr) return RET_ONVIF_INVALID_ARG;
+  strValue.clear();
+  return StoreText(XmlText(xmlGetProp(pNode, XmlChars(strAttr))), strValue);
+}
+
+RET_ONVIF OnvifServiceBase::GetNodeContent(_xmlNode* pNode, std::string& strContent) {
+  if (pNode == nullptr) return RET_ONVIF_INVALID_ARG;
+  strContent.clear();
+  return StoreText(XmlText(xmlNodeGetContent(pNode)), strContent);
+}
+
+RET_ONVIF OnvifServiceBase::GetFirstSubNodeContent(_xmlNode* pNode, std::string& strContent) {
+  if (pNode == nullptr) return RET_ONVIF_INVALID_ARG;
+  strContent.clear();
+  for (const xmlNode* pChild : XmlChildren(pNode)) {
+    if (GetNodeContent(pChild->children, strContent) == RET_ONVIF_OK) return RET_ONVIF_OK;
+  }
+  return RET_ONVIF_XML_FAIL;
+}
+
+RET_ONVIF OnvifServiceBase::GetNodeAttrByPath(_xmlDoc* pDoc, std::string strXPath, std::string strAttr,
+                                              std::string& strValue) {
+  if (const RET_ONVIF eRet = CheckPathArgs(pDoc, strXPath); eRet != RET_ONVIF_OK) return eRet;
+  if (strAttr.empty()) return RET_ONVIF_NOT_AUTHORIZED;
+  strValue.clear();
+  const XmlXPathObject pObject(GetXmlNodeSet(pDoc, strXPath.c_str()));
+  return pObject ? GetNodeAttr(FirstNode(pObject), strAttr, strValue) : RET_ONVIF_XML_FAIL;
+}
+
+RET_ONVIF OnvifServiceBase::GetNodeContentByPath(_xmlDoc* pDoc, std::string strXPath, std::string& strContent) {
+  if (const RET_ONVIF eRet = CheckPathArgs(pDoc, strXPath); eRet != RET_ONVIF_OK) return eRet;
+  strContent.clear();
+  const XmlXPathObject pObject(GetXmlNodeSet(pDoc, strXPath.c_str()));
+  return pObject ? GetNodeContent(FirstNode(pObject), strContent) : RET_ONVIF_XML_FAIL;
+}
+
+RET_ONVIF OnvifServiceBase::SetNodeAttrByPath(_xmlDoc* pDoc, std::string strXPath, std::string strAttr,
+                                              std::string strValue) {
+  if (const RET_ONVIF eRet = CheckPathArgs(pDoc, strXPath); eRet != RET_ONVIF_OK) return eRet;
+  const XmlXPathObject pObject(GetXmlNodeSet(pDoc, strXPath.c_str()));
+  if (!pObject) return RET_ONVIF_XML_FAIL;
+  return WithAttr(FirstNode(pObject), strAttr, strValue) == nullptr ? RET_ONVIF_XML_FAIL : RET_ONVIF_OK;
+}
+
+_xmlNode* OnvifServiceBase::InsertChildWithAttr(std::string strContent, _xmlNode* pParent, std::string strName,
+                                                std::string strAttr, std::string strValue) {
+  return WithAttr(NewTextChild(pParent, strName, XmlChars(strContent)), strAttr, strValue);
+}
+
+_xmlNode* OnvifServiceBase::InsertChildByPath(_xmlDoc* pDoc, std::string strXPath, _xmlNode* pParent,
+                                              std::string strName) {
+  XmlXPathObject pObject(GetXmlNodeSet(pDoc, strXPath.c_str()));
+  if (!pObject) return nullptr;
+  const XmlText pContent(xmlNodeGetContent(FirstNode(pObject)));
+  pObject.reset();
+  return NewTextChild(pParent, strName, pContent.get());
+}
+
+_xmlNode* OnvifServiceBase::InsertChildByPathWithAttr(_xmlDoc* pDoc, std::string strXPath, _xmlNode* pParent,
+                                                      std::string strName, std::string strAttr, std::string strValue) {
+  return WithAttr(InsertChildByPath(pDoc, strXPath, pParent, strName), strAttr, strValue);
+}
+
+_xmlNode* OnvifServiceBase::InsertChildByNodeWithAttr(_xmlNode* pSource, _xmlNode* pParent, std::string strName,
+                                                      std::string strAttr, std::string strValue) {
+  std::string strContent;
+  if (GetNodeContent(pSource, strContent) != RET_ONVIF_OK) return nullptr;
+  xmlNode* const pChild = NewTextChild(pParent, strName, XmlChars(strContent));
+  return strAttr.empty() ? pChild : WithAttr(pChild, strAttr, strValue);
+}
