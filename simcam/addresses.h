@@ -1,0 +1,27 @@
+// The addresses that a camera hands out.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "simcam/model.h"
+
+namespace simcam {
+
+// Where the client reached the camera.
+struct Endpoint {
+  std::string host;        // name or address, IPv6 in brackets
+  std::string authority;   // host with the port as the client wrote it
+  std::uint16_t port = 0;  // where the camera listens
+};
+
+// Takes the Host header of a request; 127.0.0.1 and `port` when it is missing or not a host and a port.
+Endpoint EndpointOf(const std::string& hostHeader, std::uint16_t port);
+
+std::string HttpUrl(const Endpoint& endpoint, const std::string& path);
+
+// The RTSP address and the snapshot address of one profile.
+std::string StreamUrl(const Endpoint& endpoint, const CameraModel& model, const std::string& profileToken);
+std::string SnapshotUrl(const Endpoint& endpoint, const CameraModel& model, const std::string& profileToken);
+
+}  // namespace simcam

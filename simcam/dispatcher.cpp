@@ -1,0 +1,131 @@
+#include "simcam/dispatcher.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "simcam/namespaces.h"
+#include "simcam/soapfault.h"
+
+namespace simcam {
+
+namespace {
+
+constexpr Service kServices[] = {Service::Device, Service::Media, Service::Ptz};
+
+bool IsPtzNamespace(std::string_view nameSpace) {
+  return nameSpace == ns::kPtz10 || nameSpace == ns::kPtz20;
+}
+
+SoapFault UnknownNamespace(const CameraModel& model, const XmlElement& operation) {
+  if (!model.ptz && IsPtzNamespace(operation.Namespace())) {
+    return SoapFault("Receiver", {"ActionNotSupported", "PTZNotSupported"}, "the camera has no PTZ service");
+  }
+  return SoapFault("Sender", {"Namespace"},
+                   "no service of the camera has the namespace " + std::string(operation.Namespace()));
+}
+
+std::string WriteResponse(const Operation& operation, const Call& call) {
+  XmlWriter writer;
+  OpenEnvelope(writer, NamespaceOf(Service::Ptz, call.model));
+  writer.Open(std::string(PrefixOf(operation.service)) + ":" + operation.name + "Response");
+  operation.handler(call, writer);
+  return writer.Finish();
+}
+
+}  // namespace
+
+const std::vector<Operation>& AllOperations() {
+  static const std::vector<Operation> operations = [] {
+    std::vector<Operation> all;
+    for (const auto& table : {DeviceOperations(), MediaProfileOperations(), MediaUriOperations(),
+                              MediaSourceOperations(), VideoEncoderOperations(), AudioEncoderOperations(),
+                              PtzOperations(), PtzNodeOperations(), PtzPresetOperations()}) {
+      all.insert(all.end(), table.begin(), table.end());
+    }
+    return all;
+  }();
+  return operations;
+}
+
+bool Supports(const CameraModel& model, const Operation& operation) {
+  const std::vector<std::string>& missing = model.unsupportedOperations;
+  return operation.sinceMajor <= model.versions.front().major &&
+         std::find(missing.begin(), missing.end(), operation.name) == missing.end();
+}
+
+std::string NamespaceOf(Service service, const CameraModel& model) {
+  switch (service) {
+    case Service::Device:
+      return ns::kDevice;
+    case Service::Media:
+      return ns::kMedia;
+    case Service::Ptz:
+      break;
+  }
+  return model.ptz ? model.ptz->serviceNamespace : ns::kPtz20;
+}
+
+const char* PrefixOf(Service service) {
+  constexpr const char* kPrefixes[] = {"tds", "trt", "tptz"};
+  return kPrefixes[static_cast<std::size_t>(service)];
+}
+
+const std::string& PathOf(Service service, const CameraModel& model) {
+  const std::string* const paths[] = {&model.paths.device, &model.paths.media, &model.paths.ptz};
+  return *paths[static_cast<std::size_t>(service)];
+}
+
+Dispatcher::Dispatcher(const CameraModel& model, CameraState& state, TokenChecker& tokens, const Clock& clock)
+    : m_model(model), m_state(state), m_tokens(tokens), m_clock(clock) {}
+
+bool Dispatcher::HasPath(std::string_view path) const {
+  return !path.empty() && std::any_of(std::begin(kServices), std::end(kServices),
+                                      [&](Service service) { return PathOf(service, m_model) == path; });
+}
+
+SoapAnswer Dispatcher::Answer(std::string_view path, const Endpoint& endpoint, std::string_view body) const {
+  try {
+    return {200, Run(path, endpoint, body)};
+  } catch (const SoapFault& fault) {
+    return {fault.HttpStatus(), fault.Message()};
+  }
+}
+
+std::string Dispatcher::Run(std::string_view path, const Endpoint& endpoint, std::string_view body) const {
+  const SoapRequest request(body);
+  const Operation& operation = FindOperation(path, request);
+  CheckAccess(operation, request);
+  return WriteResponse(operation, Call{m_model, m_state, m_clock, endpoint, request});
+}
+
+const Operation& Dispatcher::FindOperation(std::string_view path, const SoapRequest& request) const {
+  const XmlElement element = request.Operation();
+  const auto isOfNamespace = [&](Service service) {
+    return !PathOf(service, m_model).empty() && NamespaceOf(service, m_model) == element.Namespace();
+  };
+  if (std::none_of(std::begin(kServices), std::end(kServices), isOfNamespace)) {
+    throw UnknownNamespace(m_model, element);
+  }
+  const auto answers = [&](const Operation& operation) {
+    return operation.name == element.Name() && isOfNamespace(operation.service) &&
+           PathOf(operation.service, m_model) == path && Supports(m_model, operation);
+  };
+  const auto found = std::find_if(AllOperations().begin(), AllOperations().end(), answers);
+  if (found == AllOperations().end()) {
+    throw ActionNotSupported("the operation " + std::string(element.Name()) + " is not supported at " +
+                             std::string(path));
+  }
+  return *found;
+}
+
+void Dispatcher::CheckAccess(const Operation& operation, const SoapRequest& request) const {
+  const TokenVerdict verdict = m_tokens.Check(request.Security());
+  if (verdict == TokenVerdict::Missing && operation.access == Access::Open) {
+    return;
+  }
+  if (verdict != TokenVerdict::Accepted) {
+    throw SoapFault("Sender", {"NotAuthorized"}, std::string("Sender not authorized: ") + Describe(verdict));
+  }
+}
+
+}  // namespace simcam

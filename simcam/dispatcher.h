@@ -1,0 +1,48 @@
+// From the text of a request to the text of the answer.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "simcam/camerastate.h"
+#include "simcam/security.h"
+#include "simcam/service.h"
+
+namespace simcam {
+
+struct SoapAnswer {
+  int httpStatus = 200;
+  std::string body;
+};
+
+// All operations that the simulated camera knows, whatever the model.
+const std::vector<Operation>& AllOperations();
+
+// False when the camera is too old for the operation, or its model leaves the operation out.
+bool Supports(const CameraModel& model, const Operation& operation);
+
+// Safe to use from several threads.
+class Dispatcher {
+ public:
+  // The references must outlive the dispatcher.
+  Dispatcher(const CameraModel& model, CameraState& state, TokenChecker& tokens, const Clock& clock);
+
+  // True when a service of the camera lives at the path.
+  bool HasPath(std::string_view path) const;
+
+  // Answers a request that came to `path`. Whatever is wrong with it becomes a fault.
+  SoapAnswer Answer(std::string_view path, const Endpoint& endpoint, std::string_view body) const;
+
+ private:
+  std::string Run(std::string_view path, const Endpoint& endpoint, std::string_view body) const;
+  const Operation& FindOperation(std::string_view path, const SoapRequest& request) const;
+  void CheckAccess(const Operation& operation, const SoapRequest& request) const;
+
+  const CameraModel& m_model;
+  CameraState& m_state;
+  TokenChecker& m_tokens;
+  const Clock& m_clock;
+};
+
+}  // namespace simcam

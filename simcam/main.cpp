@@ -1,0 +1,130 @@
+// The program simcam: one simulated camera until SIGINT or SIGTERM.
+#include <pthread.h>
+
+#include <CLI/CLI.hpp>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+
+#include "simcam/simcamera.h"
+
+namespace {
+
+constexpr int kExitFailure = 1;
+constexpr int kExitUsage = 2;
+constexpr int kMaxPort = 65535;
+constexpr std::size_t kMaxPasswordFile = 4096;  // bytes
+
+// Wrong use of the program; what() is the line for the user.
+class UsageError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+struct Arguments {
+  bool isListAsked = false;
+  std::string model = "ptz-dome";
+  std::string passwordFile;
+  int port = 0;
+  int clockWindow = 300;  // seconds
+  simcam::CameraOptions camera;
+};
+
+void Declare(CLI::App& app, Arguments& arguments) {
+  app.set_version_flag("--version", std::string("simcam ") + SIMCAM_VERSION);
+  app.add_flag("--list", arguments.isListAsked, "List the built-in models and exit");
+  app.add_option("--model", arguments.model, "Built-in model or path of a model file")->capture_default_str();
+  app.add_option("--port", arguments.port, "TCP port on 127.0.0.1; 0 picks a free one")
+      ->check(CLI::Range(0, kMaxPort))
+      ->capture_default_str();
+  app.add_option("--user", arguments.camera.user, "User name of the account")->capture_default_str();
+  app.add_option("--password-file", arguments.passwordFile,
+                 "File whose first line is the password; else SIMCAM_PASSWORD; else \"simcam\"");
+  app.add_option("--clock-window", arguments.clockWindow, "Seconds that a token's time may be off, both ways")
+      ->check(CLI::Range(1, 86400))
+      ->capture_default_str();
+}
+
+std::string ReadPasswordFile(const std::string& path) {
+  std::ifstream file(path);
+  std::string text(kMaxPasswordFile + 1, '\0');
+  file.read(text.data(), static_cast<std::streamsize>(text.size()));
+  if (!file.eof() && !file) {
+    throw UsageError("cannot read the password file " + path);
+  }
+  text.resize(static_cast<std::size_t>(file.gcount()));
+  std::string line = text.substr(0, text.find_first_of("\r\n"));
+  if (line.empty() || text.size() > kMaxPasswordFile) {
+    throw UsageError("the first line of " + path + " is not a password");
+  }
+  return line;
+}
+
+std::string PasswordOf(const Arguments& arguments) {
+  if (!arguments.passwordFile.empty()) {
+    return ReadPasswordFile(arguments.passwordFile);
+  }
+  const char* const fromEnvironment = std::getenv("SIMCAM_PASSWORD");
+  return fromEnvironment == nullptr || *fromEnvironment == '\0' ? arguments.camera.password : fromEnvironment;
+}
+
+int PrintList() {
+  for (const std::string& name : simcam::ModelNames()) {
+    std::printf("%-15s %s\n", name.c_str(), simcam::LoadModel(name).title.c_str());
+  }
+  return 0;
+}
+
+// To be called before any thread starts, so that all threads inherit the mask.
+sigset_t BlockEndSignals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, SIGINT);
+  sigaddset(&signals, SIGTERM);
+  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+  return signals;
+}
+
+int Serve(Arguments arguments) {
+  simcam::CameraModel model = simcam::LoadModel(arguments.model);
+  arguments.camera.password = PasswordOf(arguments);
+  arguments.camera.port = static_cast<std::uint16_t>(arguments.port);
+  arguments.camera.clockWindow = std::chrono::seconds(arguments.clockWindow);
+  const sigset_t signals = BlockEndSignals();
+  const simcam::SimCamera camera(std::move(model), arguments.camera);
+  std::printf("simcam: %s listening on http://127.0.0.1:%u%s (user %s)\n", camera.Model().name.c_str(),
+              unsigned{camera.Port()}, camera.Model().paths.device.c_str(), arguments.camera.user.c_str());
+  std::fflush(stdout);
+  int signal = 0;
+  sigwait(&signals, &signal);
+  return 0;
+}
+
+int Fail(int status, const char* reason) {
+  std::fprintf(stderr, "simcam: %s\n", reason);
+  return status;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  CLI::App app("A simulated ONVIF camera on 127.0.0.1", "simcam");
+  Arguments arguments;
+  try {
+    Declare(app, arguments);
+    app.parse(argc, argv);
+    return arguments.isListAsked ? PrintList() : Serve(arguments);
+  } catch (const CLI::Success& request) {
+    return app.exit(request);  // --help and --version
+  } catch (const CLI::ParseError& error) {
+    return Fail(kExitUsage, error.what());
+  } catch (const UsageError& error) {
+    return Fail(kExitUsage, error.what());
+  } catch (const simcam::ModelError& error) {
+    return Fail(kExitUsage, error.what());
+  } catch (const std::exception& error) {
+    return Fail(kExitFailure, error.what());
+  }
+}

@@ -1,0 +1,58 @@
+// WS-Security UsernameToken with PasswordDigest, checked as strictly as the profile allows.
+#pragma once
+
+#include <chrono>
+#include <mutex>
+#include <set>
+#include <string>
+#include <utility>
+
+#include "simcam/clock.h"
+#include "simcam/soaprequest.h"
+
+namespace simcam {
+
+enum class TokenVerdict {
+  Accepted,
+  Missing,     // no security header, or no UsernameToken in it
+  Incomplete,  // user name, password, nonce or time missing or empty
+  WrongType,   // the password is not a digest
+  BadNonce,    // the nonce is not Base64
+  BadTime,     // the time is not UTC in the form that the profile asks for
+  WrongUser,
+  WrongDigest,
+  Stale,          // older than the clock window
+  Future,         // further ahead than the clock window
+  RepeatedNonce,  // accepted before
+};
+
+// What a verdict means, for the reason of a fault. Never holds a secret.
+const char* Describe(TokenVerdict verdict);
+
+// Safe to use from several threads.
+class TokenChecker {
+ public:
+  TokenChecker(std::string user, std::string password, std::chrono::seconds clockWindow, const Clock& clock);
+
+  // Judges the security header of a request. An accepted nonce is remembered until its time has left the clock
+  // window, when the time alone refuses it.
+  TokenVerdict Check(const XmlElement& security);
+
+  std::size_t RememberedNonces() const;
+
+ private:
+  using Time = std::chrono::system_clock::time_point;
+
+  TokenVerdict CheckTime(Time created, Time now) const;
+  bool Remember(const std::string& nonce, Time created, Time now);
+
+  const std::string m_user;
+  const std::string m_password;
+  const std::chrono::seconds m_clockWindow;
+  const Clock& m_clock;
+  mutable std::mutex m_mutex;
+  std::set<std::string> m_nonces;
+  std::set<std::pair<Time, std::string>> m_nonceTimes;
+};
+
+}  // namespace simcam

@@ -1,0 +1,91 @@
+#include "simcam/simcamera.h"
+
+#include <libxml/parser.h>
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include "simcam/addresses.h"
+#include "simcam/camerastate.h"
+#include "simcam/dispatcher.h"
+#include "simcam/httpserver.h"
+#include "simcam/security.h"
+
+namespace simcam {
+
+namespace {
+
+std::shared_ptr<const Clock> ClockOf(const CameraOptions& options) {
+  // The parser must be ready before a second thread uses it.
+  xmlInitParser();
+  return options.clock ? options.clock : std::make_shared<const Clock>();
+}
+
+}  // namespace
+
+// The members refer to those above them; the server, which uses them all, comes last and ends first.
+class SimCamera::Parts {
+ public:
+  Parts(CameraModel cameraModel, const CameraOptions& options)
+      : model(std::move(cameraModel)),
+        clock(ClockOf(options)),
+        state(model, *clock),
+        tokens(options.user, options.password, options.clockWindow, *clock),
+        dispatcher(model, state, tokens, *clock),
+        server(options.port, {[this](const std::string& path) { return dispatcher.HasPath(path); },
+                              [this](const HttpRequest& request) { return Answer(request); }}) {}
+
+  const CameraModel model;
+  const std::shared_ptr<const Clock> clock;
+  CameraState state;
+  TokenChecker tokens;
+  const Dispatcher dispatcher;
+  HttpServer server;
+
+ private:
+  HttpAnswer Answer(const HttpRequest& request) const {
+    const SoapAnswer answer = dispatcher.Answer(request.path, EndpointOf(request.host, server.Port()), request.body);
+    return {answer.httpStatus, answer.body};
+  }
+};
+
+SimCamera::SimCamera(CameraModel model, CameraOptions options) {
+  try {
+    m_parts = std::make_unique<Parts>(std::move(model), options);
+  } catch (const std::runtime_error& error) {
+    throw CameraError("cannot serve on 127.0.0.1 port " + std::to_string(options.port) + ": " + error.what());
+  }
+}
+
+SimCamera::~SimCamera() = default;
+
+std::uint16_t SimCamera::Port() const {
+  return m_parts->server.Port();
+}
+
+void SimCamera::Stop() {
+  m_parts->server.Stop();
+}
+
+const CameraModel& SimCamera::Model() const {
+  return m_parts->model;
+}
+
+std::vector<Profile> SimCamera::Profiles() const {
+  return m_parts->state.Profiles();
+}
+
+std::vector<std::string> SimCamera::ProfileTokens() const {
+  const std::vector<Profile> profiles = Profiles();
+  std::vector<std::string> tokens;
+  std::transform(profiles.begin(), profiles.end(), std::back_inserter(tokens),
+                 [](const Profile& profile) { return profile.token; });
+  return tokens;
+}
+
+std::optional<LensPosition> SimCamera::PositionOf(const std::string& nodeToken) const {
+  return m_parts->state.PositionOf(nodeToken);
+}
+
+}  // namespace simcam

@@ -1,0 +1,64 @@
+// A simulated camera as one object: it serves from its construction to its end.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "simcam/clock.h"
+#include "simcam/model.h"
+
+namespace simcam {
+
+struct CameraOptions {
+  std::string user = "admin";
+  std::string password = "simcam";
+  std::uint16_t port = 0;                 // 0: the system picks one
+  std::chrono::seconds clockWindow{300};  // how far a token's time may be off, both ways
+  std::shared_ptr<const Clock> clock;     // null: the system's clock
+};
+
+// The camera could not start; what() says why.
+class CameraError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// All operations are safe to call from any thread, but the end of the object.
+class SimCamera {
+ public:
+  // Starts serving on 127.0.0.1. Throws CameraError: the port is in use or not permitted.
+  explicit SimCamera(CameraModel model, CameraOptions options = CameraOptions());
+
+  // Stops serving.
+  ~SimCamera();
+
+  SimCamera(const SimCamera&) = delete;
+  SimCamera& operator=(const SimCamera&) = delete;
+
+  // The port it listens on, also after Stop().
+  std::uint16_t Port() const;
+
+  // Closes the port and all connections; answers nothing any more. Returns within 0.2 seconds. Call it once or often,
+  // from one thread.
+  void Stop();
+
+  const CameraModel& Model() const;
+
+  // The profiles as they are now, in the order of their creation.
+  std::vector<Profile> Profiles() const;
+  std::vector<std::string> ProfileTokens() const;
+
+  // Where the lens of a PTZ node is now; nothing when the model has no such node.
+  std::optional<LensPosition> PositionOf(const std::string& nodeToken) const;
+
+ private:
+  class Parts;
+  std::unique_ptr<Parts> m_parts;
+};
+
+}  // namespace simcam
