@@ -1,0 +1,56 @@
+#include "camctl/camerafile.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+
+namespace camctl {
+
+namespace {
+
+// A file beside the one to be written, gone at the end unless it was moved there.
+class TemporaryNeighbour {
+ public:
+  explicit TemporaryNeighbour(const std::string& path) : m_path(path + ".XXXXXX"), m_file(mkstemp(m_path.data())) {}
+  ~TemporaryNeighbour() {
+    if (m_file < 0) return;
+    close(m_file);
+    unlink(m_path.c_str());
+  }
+  TemporaryNeighbour(const TemporaryNeighbour&) = delete;
+  TemporaryNeighbour& operator=(const TemporaryNeighbour&) = delete;
+
+  const std::string& Path() const { return m_path; }
+
+  /// Whether all of it is on the disk; errno says why not.
+  bool Fill(std::string_view text) const {
+    if (m_file < 0) return false;
+    while (!text.empty()) {
+      const ssize_t written = write(m_file, text.data(), text.size());
+      if (written < 0 && errno != EINTR) return false;
+      if (written > 0) text.remove_prefix(static_cast<std::size_t>(written));
+    }
+    return fsync(m_file) == 0;
+  }
+
+ private:
+  std::string m_path;
+  int m_file;
+};
+
+}  // namespace
+
+std::string WriteWhole(const std::string& path, const std::string& text, bool replace) {
+  const TemporaryNeighbour file(path);
+  if (!file.Fill(text)) return std::strerror(errno);
+  // A link, unlike a new name, never replaces a file.
+  const int moved = replace ? rename(file.Path().c_str(), path.c_str()) : link(file.Path().c_str(), path.c_str());
+  if (moved == 0) return {};
+  return errno == EEXIST ? "the file is there already" : std::strerror(errno);
+}
+
+}  // namespace camctl

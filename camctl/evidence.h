@@ -1,0 +1,30 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "platform/httpclient.h"
+
+namespace camctl {
+
+/// A SOAP fault as a camera sent it; texts are one line each and bounded in length.
+struct Fault {
+  std::string subcode;  ///< from the outer to the inner one, joined by "/": "ter:InvalidArgVal/ter:NoProfile"
+  std::string reason;
+};
+
+/// What is left of an HTTP exchange when it is over: enough to say what went wrong.
+struct Evidence {
+  HTTP_POST_RESULT result = HTTP_POST_OK;
+  int status = 0;     ///< HTTP status, 0 when no answer came
+  std::string path;   ///< that was asked
+  std::string error;  ///< of the layers below HTTP, else empty
+  std::optional<Fault> fault;
+};
+
+/// The fault in an answer, if it is one: an element "Fault" below a child of the root, in whatever namespace.
+std::optional<Fault> ReadFault(const xmlDoc* document);
+
+Evidence MakeEvidence(const HTTP_EXCHANGE& exchange);
+
+}  // namespace camctl

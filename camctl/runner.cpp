@@ -1,0 +1,131 @@
+#include "camctl/runner.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+
+#include "camctl/cause.h"
+#include "camctl/text.h"
+
+namespace camctl {
+
+namespace {
+
+constexpr std::size_t kTimeColumns = 10;
+constexpr std::size_t kNameColumns = 18;
+
+// A tenth of a microsecond more or less is noise.
+double Rounded(double milliseconds) {
+  constexpr double parts = 1000;
+  return std::round(milliseconds * parts) / parts;
+}
+
+}  // namespace
+
+Runner::Runner(Session& session, Console& console, ShowSteps show)
+    : m_session(session), m_console(console), m_show(show) {}
+
+bool Runner::Run(std::initializer_list<const Step*> steps) {
+  return std::all_of(steps.begin(), steps.end(), [this](const Step* step) { return Run(*step); });
+}
+
+bool Runner::Run(const Step& step) {
+  const StepOutcome outcome = Time(step);
+  return outcome.result == CAMERA_OK ? Pass(outcome) : Fail(step, outcome);
+}
+
+bool Runner::RunIfPossible(const Step& step, const std::string& excuse, bool* done) {
+  const StepOutcome outcome = Time(step);
+  if (done != nullptr) *done = outcome.result == CAMERA_OK;
+  if (outcome.result == CAMERA_OK) return Pass(outcome);
+  const std::string reason = ReasonAgainst(outcome, excuse);
+  if (reason.empty()) return Fail(step, outcome);
+  m_report.steps.back().detail = m_session.WithoutPassword("not supported: " + reason);
+  Show(m_report.steps.back(), "  --  ", Colour::Faint);
+  return true;
+}
+
+bool Runner::Discover() {
+  return m_session.Record().count("media_entry") > 0 || Run(kServices);
+}
+
+bool Runner::LearnRecord() {
+  return m_session.Record().count(kReportMark) > 0 || Run(kReport);
+}
+
+bool Runner::LearnProfiles() {
+  return !m_session.Profiles().empty() || Run(kProfiles);
+}
+
+Report Runner::Finish() {
+  m_report.camera = m_session.Camera();
+  return m_report;
+}
+
+bool Runner::Pass(const StepOutcome& outcome) {
+  m_report.steps.back().detail = m_session.WithoutPassword(outcome.detail);
+  if (m_show == ShowSteps::All) Show(m_report.steps.back(), "  ok  ", Colour::Good);
+  return true;
+}
+
+// Why the step is beyond this camera; empty when it ought to have worked.
+std::string Runner::ReasonAgainst(const StepOutcome& outcome, const std::string& excuse) const {
+  const std::optional<Evidence>& evidence = m_session.LastEvidence();
+  const bool answered =
+      !evidence || evidence->result == HTTP_POST_OK || (evidence->result == HTTP_POST_ERROR_STATUS && evidence->fault);
+  const std::string subcode = evidence && evidence->fault ? evidence->fault->subcode : "";
+  if (!answered || subcode.find("NotAuthorized") != std::string::npos) return {};
+  if (!excuse.empty()) return excuse;
+  if (outcome.result == CAMERA_NOT_SUPPORTED)
+    return outcome.cause ? outcome.cause->cause : "the camera's report does not offer it";
+  return subcode.find("ActionNotSupported") == std::string::npos ? "" : "the camera has no such operation";
+}
+
+StepOutcome Runner::Time(const Step& step) {
+  m_session.ForgetEvidence();
+  m_failedExchanges = 0;
+  m_session.SetListener([this, &step](const Evidence& evidence) { ShowTry(step, evidence); });
+  m_console.Progress(std::string("  ") + step.name + " ...");
+  const auto begin = std::chrono::steady_clock::now();
+  StepOutcome outcome = step.run(m_session);
+  const std::chrono::duration<double, std::milli> taken = std::chrono::steady_clock::now() - begin;
+  m_session.SetListener(nullptr);
+  m_report.steps.push_back({step.name, step.operation, outcome.result, Rounded(taken.count()), ""});
+  return outcome;
+}
+
+bool Runner::Fail(const Step& step, const StepOutcome& outcome) {
+  const Connection& connection = m_session.GetConnection();
+  const Party party{connection.host, connection.port, connection.user};
+  Cause cause = outcome.cause ? *outcome.cause : FindCause(m_session.LastEvidence(), outcome.result, party);
+  cause.cause = m_session.WithoutPassword(std::move(cause.cause));
+  cause.remedy = m_session.WithoutPassword(std::move(cause.remedy));
+  // The first failure is the one to explain; only the diagnosis knows better.
+  if (m_report.result == CAMERA_OK || &step == &kDiagnosis) {
+    m_report.result = outcome.result;
+    m_report.cause = cause;
+  }
+  m_report.steps.back().detail = cause.cause;
+  StepReport shown = m_report.steps.back();
+  // The cause has a line of its own at the end.
+  shown.detail = std::string(step.operation) + " answered " + std::to_string(outcome.result);
+  Show(shown, "  FAIL", Colour::Bad);
+  const bool vague = outcome.result == CAMERA_FAILED && !step.local;
+  if (vague && &step != &kDiagnosis) Run(kDiagnosis);
+  return false;
+}
+
+void Runner::Show(const StepReport& step, std::string_view mark, Colour colour) {
+  m_console.Line(mark, colour,
+                 PaddedLeft(Duration(step.milliseconds), kTimeColumns) + "  " + PaddedRight(step.step, kNameColumns) +
+                     " " + step.detail);
+}
+
+void Runner::ShowTry(const Step& step, const Evidence& evidence) {
+  if (evidence.result == HTTP_POST_OK && !evidence.fault) return;
+  ++m_failedExchanges;
+  m_console.Progress(std::string("  ") + step.name + " ... refused or lost " + std::to_string(m_failedExchanges) +
+                     (m_failedExchanges == 1 ? " time" : " times") + ", retrying");
+}
+
+}  // namespace camctl
