@@ -1,0 +1,66 @@
+#include "camctl/camerafile.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace camctl {
+namespace {
+
+namespace fs = std::filesystem;
+
+class WriteWholeTest : public testing::Test {
+ protected:
+  WriteWholeTest() : m_folder(fs::path(testing::TempDir()) / ("camerafile-" + std::to_string(getpid()))) {
+    fs::create_directory(m_folder);
+  }
+  ~WriteWholeTest() override { fs::remove_all(m_folder); }
+
+  std::string Path() const { return (m_folder / "cam.json").string(); }
+
+  std::string Content() const {
+    std::ostringstream text;
+    text << std::ifstream(Path()).rdbuf();
+    return text.str();
+  }
+
+  std::ptrdiff_t Files() const { return std::distance(fs::directory_iterator(m_folder), fs::directory_iterator()); }
+
+  fs::path m_folder;
+};
+
+TEST_F(WriteWholeTest, WritesForItsOwnerAlone) {
+  EXPECT_EQ(WriteWhole(Path(), "one", false), "");
+  EXPECT_EQ(Content(), "one");
+  struct stat status {};
+  ASSERT_EQ(stat(Path().c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777U, 0600U);
+  EXPECT_EQ(Files(), 1) << "nothing temporary stays";
+}
+
+TEST_F(WriteWholeTest, FileThatIsThereStaysUnlessItIsToBeReplaced) {
+  ASSERT_EQ(WriteWhole(Path(), "one", false), "");
+  EXPECT_EQ(WriteWhole(Path(), "two", false), "the file is there already");
+  EXPECT_EQ(Content(), "one");
+  EXPECT_EQ(Files(), 1);
+  EXPECT_EQ(WriteWhole(Path(), "two", true), "");
+  EXPECT_EQ(Content(), "two");
+  EXPECT_EQ(Files(), 1);
+}
+
+TEST_F(WriteWholeTest, FolderThatIsMissingIsTold) {
+  EXPECT_EQ(WriteWhole((m_folder / "nosuch" / "cam.json").string(), "one", true), "No such file or directory");
+}
+
+TEST_F(WriteWholeTest, FolderInPlaceOfTheFileIsTold) {
+  fs::create_directory(Path());
+  EXPECT_EQ(WriteWhole(Path(), "one", true), "Is a directory");
+  EXPECT_EQ(Files(), 1);
+}
+
+}  // namespace
+}  // namespace camctl

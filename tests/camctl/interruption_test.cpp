@@ -1,0 +1,45 @@
+#include "camctl/interruption.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/child_process.h"
+
+namespace camctl {
+namespace {
+
+TEST(Interruption, SignalThatCameAlreadyEndsTheWait) {
+  const int result = testsupport::RunInChild([] {
+    Interruption interruption;
+    raise(SIGINT);
+    interruption.Wait(std::nullopt);
+    return 7;
+  });
+  EXPECT_EQ(result, 7);
+}
+
+TEST(Interruption, TimeEndsTheWaitToo) {
+  Interruption interruption;
+  interruption.Wait(std::chrono::milliseconds(1));
+}
+
+TEST(Interruption, SecondSignalOfTheKindActsAsBefore) {
+  const int result = testsupport::RunInChild([] {
+    Interruption interruption;
+    raise(SIGTERM);
+    raise(SIGTERM);
+    return 7;
+  });
+  EXPECT_EQ(result, -SIGTERM);
+}
+
+TEST(Interruption, SignalsActAsBeforeAfterItsEnd) {
+  const int result = testsupport::RunInChild([] {
+    { const Interruption interruption; }
+    raise(SIGINT);
+    return 7;
+  });
+  EXPECT_EQ(result, -SIGINT);
+}
+
+}  // namespace
+}  // namespace camctl

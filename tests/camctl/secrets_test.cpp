@@ -1,0 +1,83 @@
+#include "camctl/secrets.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include "camctl/usageerror.h"
+#include "tests/camctl/temporary_file.h"
+
+namespace camctl {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+std::string ReadFrom(std::string_view content) {
+  return ReadPasswordFile(TemporaryFile(content).Path());
+}
+
+std::string ErrorFor(std::string_view content) {
+  try {
+    ReadFrom(content);
+  } catch (const UsageError& error) {
+    return error.what();
+  }
+  return "";
+}
+
+TEST(ReadPasswordFile, FirstLineWithoutItsEnd) {
+  EXPECT_EQ(ReadFrom("se cret \nsecond"), "se cret ");
+  EXPECT_EQ(ReadFrom("secret\r\n"), "secret");
+  EXPECT_EQ(ReadFrom("secret"), "secret");
+}
+
+TEST(ReadPasswordFile, EmptyFirstLineIsRefused) {
+  EXPECT_THAT(ErrorFor(""), HasSubstr("its first line is empty"));
+  EXPECT_THAT(ErrorFor("\nsecret\n"), HasSubstr("its first line is empty"));
+  EXPECT_THAT(ErrorFor("\r\n"), HasSubstr("its first line is empty"));
+}
+
+TEST(ReadPasswordFile, LongestPassword) {
+  const std::string longest(1024, 'x');
+  EXPECT_EQ(ReadFrom(longest), longest);
+  EXPECT_EQ(ReadFrom(longest + "\nmore"), longest);
+  const std::string error = ErrorFor(longest + "x");
+  EXPECT_THAT(error, HasSubstr("too long"));
+  EXPECT_THAT(error, Not(HasSubstr("xxxx")));
+  EXPECT_THAT(ErrorFor(longest + "x\n"), HasSubstr("too long"));
+}
+
+TEST(ReadPasswordFile, UnreadableFileSaysWhy) {
+  try {
+    ReadPasswordFile("/nonexistent/pw");
+    FAIL() << "a file that does not exist was read";
+  } catch (const UsageError& error) {
+    EXPECT_STREQ(error.what(), "--password-file /nonexistent/pw: cannot be read: No such file or directory");
+  }
+  EXPECT_THROW(ReadPasswordFile(testing::TempDir()), UsageError);
+}
+
+TEST(TakeEnvironmentPassword, TakesItOutOfTheEnvironment) {
+  setenv(kPasswordVariable, "secret", 1);
+  EXPECT_EQ(TakeEnvironmentPassword(), "secret");
+  EXPECT_EQ(getenv(kPasswordVariable), nullptr);
+  EXPECT_FALSE(TakeEnvironmentPassword().has_value());
+}
+
+TEST(TakeEnvironmentPassword, EmptyOneIsAPassword) {
+  setenv(kPasswordVariable, "", 1);
+  EXPECT_EQ(TakeEnvironmentPassword(), "");
+}
+
+TEST(HidePassword, EachOccurrence) {
+  EXPECT_EQ(HidePassword("/a?pw=secret&again=secret", "secret"), "/a?pw=********&again=********");
+}
+
+TEST(HidePassword, ShortOnesAreLeftAlone) {
+  EXPECT_EQ(HidePassword("/a/abc", "abc"), "/a/abc");
+  EXPECT_EQ(HidePassword("/a/abc", ""), "/a/abc");
+}
+
+}  // namespace
+}  // namespace camctl

@@ -1,0 +1,143 @@
+// Documents that would cost too much. The tests' own time limit is what holds "bounded time".
+#include <gtest/gtest.h>
+
+#include "platform/httplimits.h"
+#include "platform/xmlreply.h"
+
+namespace {
+
+using std::string_literals::operator""s;
+
+std::string Repeated(const std::string& piece, std::size_t count) {
+  std::string text;
+  text.reserve(piece.size() * count);
+  for (std::size_t i = 0; i < count; ++i) text += piece;
+  return text;
+}
+
+std::string Utf16(const std::string& ascii) {
+  std::string wide = "\xff\xfe";
+  for (const char c : ascii) wide += {c, '\0'};
+  return wide;
+}
+
+/// One start tag of exactly `size` bytes, from '<' to '>'.
+std::string TagOf(std::size_t size) {
+  return "<a b='" + std::string(size - 9, 'x') + "'/>";
+}
+
+void ExpectRefused(const std::string& text, const std::string& what) {
+  const XML_REPLY reply = ParseXmlReply(text);
+  EXPECT_EQ(reply.eResult, XML_REPLY_RESULT::LimitRefused) << what;
+  EXPECT_EQ(reply.pDoc, nullptr) << what;
+}
+
+constexpr char kBomb[] =
+    "<?xml version='1.0'?><!DOCTYPE a [<!ENTITY x0 'xxxxxxxxxx'><!ENTITY x1 '&x0;&x0;&x0;&x0;&x0;&x0;&x0;&x0;'>"
+    "<!ENTITY x2 '&x1;&x1;&x1;&x1;&x1;&x1;&x1;&x1;'><!ENTITY x3 '&x2;&x2;&x2;&x2;&x2;&x2;&x2;&x2;'>"
+    "<!ENTITY x4 '&x3;&x3;&x3;&x3;&x3;&x3;&x3;&x3;'><!ENTITY x5 '&x4;&x4;&x4;&x4;&x4;&x4;&x4;&x4;'>]><a>&x5;</a>";
+
+TEST(XmlReplyLimits, DoctypeIsRefusedInEveryForm) {
+  ExpectRefused("<!DOCTYPE a><a/>", "bare");
+  ExpectRefused("<?xml version='1.0'?>\n<!DOCTYPE a SYSTEM 'file:///etc/passwd'><a/>", "with an address");
+  ExpectRefused("<!DOCTYPE a [<!ENTITY b SYSTEM 'file:///etc/passwd'>]><a>&b;</a>", "with an entity of a file");
+  ExpectRefused("<!DOCTYPE html PUBLIC '-//W3C//DTD HTML 4.01//EN'><html/>", "of a page");
+  ExpectRefused("<!doctype html><html></html>", "in lower case");
+  ExpectRefused("<!-- x --><!DOCTYPE a><a/>", "behind a comment");
+  ExpectRefused("<!DOCTYPE", "cut off");
+  ExpectRefused(kBomb, "entity bomb");
+  ExpectRefused("\xef\xbb\xbf<!DOCTYPE a><a/>", "behind a byte order mark");
+  ExpectRefused(Utf16(kBomb), "in UTF-16");
+  ExpectRefused("<?xml version='1.0' encoding='UTF-7'?>+ADwAIQ-DOCTYPE a+AD4APA-a/+AD4-", "in UTF-7");
+}
+
+TEST(XmlReplyLimits, LongDoctypeIsRefusedToo) {
+  ExpectRefused("<!DOCTYPE a [" + Repeated("<!ENTITY x 'y'>", 10000) + "]><a/>", "160 kB of entities");
+}
+
+TEST(XmlReplyLimits, ElementsUpToTheCeilingAndOneMore) {
+  // The root is one of them.
+  const std::string most = "<a>" + Repeated("<b/>", XML_MAX_ELEMENTS - 1) + "</a>";
+  EXPECT_EQ(ParseXmlReply(most).eResult, XML_REPLY_RESULT::Parsed);
+  ExpectRefused("<a>" + Repeated("<b/>", XML_MAX_ELEMENTS) + "</a>", "100,001 elements");
+  ExpectRefused("<a>" + Repeated("<b></b>", XML_MAX_ELEMENTS) + "</a>", "100,001 elements with end tags");
+}
+
+TEST(XmlReplyLimits, EndTagsAndCommentsAreNoElements) {
+  const std::string text = "<a>" + Repeated("<b></b>", 60000) + Repeated("<!--c-->", 60000) + "</a>";
+  EXPECT_EQ(ParseXmlReply(text).eResult, XML_REPLY_RESULT::Parsed);
+}
+
+TEST(XmlReplyLimits, StartTagUpToTheCeilingAndOneByteMore) {
+  ASSERT_EQ(TagOf(XML_MAX_START_TAG_BYTES).size(), XML_MAX_START_TAG_BYTES);
+  EXPECT_EQ(ParseXmlReply(TagOf(XML_MAX_START_TAG_BYTES)).eResult, XML_REPLY_RESULT::Parsed);
+  ExpectRefused(TagOf(XML_MAX_START_TAG_BYTES + 1), "one byte over");
+}
+
+std::string ManyAttributes(std::size_t count) {
+  std::string text = "<a";
+  for (std::size_t i = 0; i < count; ++i) text += " b" + std::to_string(i) + "=''";
+  return text + "/>";
+}
+
+TEST(XmlReplyLimits, EightyThousandAttributesAreRefused) {
+  ExpectRefused(ManyAttributes(80000), "in UTF-8");
+  ExpectRefused(Utf16(ManyAttributes(80000)), "in UTF-16");
+  ExpectRefused("<?xml version='1.0' encoding='ISO-8859-1'?>" + ManyAttributes(80000), "in Latin-1");
+}
+
+// A '>' in a quoted value must not end the tag for the ceiling alone.
+TEST(XmlReplyLimits, QuotedTagEndsDoNotHideALongTag) {
+  const std::string attributes = ManyAttributes(80000);
+  ExpectRefused("<a x='>'" + attributes.substr(2), "behind a quoted '>'");
+  ExpectRefused("<a x=\"'>\"" + attributes.substr(2), "behind a quote in quotes");
+}
+
+TEST(XmlReplyLimits, TagsAtTheCeilingManyTimesAreRead) {
+  const std::string tag = TagOf(XML_MAX_START_TAG_BYTES);
+  EXPECT_EQ(ParseXmlReply("<a>" + Repeated(tag, 100) + "</a>").eResult, XML_REPLY_RESULT::Parsed);
+}
+
+TEST(XmlReplyLimits, DeepNestingIsNoDocument) {
+  const auto nested = [](std::size_t depth) { return Repeated("<a>", depth) + Repeated("</a>", depth); };
+  EXPECT_EQ(ParseXmlReply(nested(200)).eResult, XML_REPLY_RESULT::Parsed);
+  for (const std::size_t depth : {10000U, 50000U}) {
+    const XML_REPLY reply = ParseXmlReply(nested(depth));
+    EXPECT_EQ(reply.eResult, XML_REPLY_RESULT::NotXml) << depth;
+    EXPECT_EQ(reply.pDoc, nullptr) << depth;
+  }
+}
+
+TEST(XmlReplyLimits, OpenTagsWithoutEndAreNoDocument) {
+  EXPECT_EQ(ParseXmlReply(Repeated("<a>", 90000)).eResult, XML_REPLY_RESULT::NotXml);
+}
+
+TEST(XmlReplyLimits, ConversionMustNotGrowOverTheAnswersCeiling) {
+  const std::string start = "<?xml version='1.0' encoding='ISO-8859-1'?><a>";
+  const std::string growing(HTTP_MAX_ANSWER_BYTES / 2, '\xe9');
+  ExpectRefused(start + growing + "</a>", "two bytes for each");
+  EXPECT_EQ(ParseXmlReply(start + growing.substr(1024) + "</a>").eResult, XML_REPLY_RESULT::Parsed);
+}
+
+TEST(XmlReplyLimits, TextsThatGoNowhereAreRefusedInTime) {
+  const std::size_t size = HTTP_MAX_ANSWER_BYTES - 16;
+  for (const char* piece : {"<", "&", "<!--", "<![CDATA[", "<?", "a", " ", "\xe9", "</", "<a b='", "&#", "<a:"}) {
+    const std::string text = Repeated(piece, size / std::string(piece).size());
+    EXPECT_NE(ParseXmlReply(text).eResult, XML_REPLY_RESULT::Parsed) << piece;
+    EXPECT_NE(ParseXmlReply("<a>" + text).eResult, XML_REPLY_RESULT::Parsed) << "behind a tag: " << piece;
+  }
+}
+
+TEST(XmlReplyLimits, LargeBadlyEncodedDocumentIsReadInTime) {
+  const std::string text = "<a>" + Repeated("\xc4\xe3", HTTP_MAX_ANSWER_BYTES / 2 - 16) + "</a>";
+  EXPECT_EQ(ParseXmlReply(text).eResult, XML_REPLY_RESULT::Parsed);
+}
+
+TEST(XmlReplyLimits, NextDocumentIsReadAfterEachRefusal) {
+  for (const std::string& text : {std::string(kBomb), ManyAttributes(80000), Repeated("<a>", 10000), ""s}) {
+    ParseXmlReply(text);
+    EXPECT_EQ(ParseXmlReply("<a/>").eResult, XML_REPLY_RESULT::Parsed);
+  }
+}
+
+}  // namespace

@@ -1,0 +1,75 @@
+// A small ONVIF client for the tests of the simulated camera. It shares nothing with the camera: it writes its
+// envelopes and digests and its HTTP itself.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+
+namespace simcamtest {
+
+constexpr const char* kDeviceNs = "http://www.onvif.org/ver10/device/wsdl";
+constexpr const char* kMediaNs = "http://www.onvif.org/ver10/media/wsdl";
+constexpr const char* kPtz10Ns = "http://www.onvif.org/ver10/ptz/wsdl";
+constexpr const char* kPtz20Ns = "http://www.onvif.org/ver20/ptz/wsdl";
+
+using UtcTime = std::chrono::system_clock::time_point;
+
+std::string Base64(const std::string& bytes);
+
+// "2024-02-29T12:00:00.000Z"
+std::string UtcText(UtcTime time);
+
+// The parts of a UsernameToken, each as it stands on the wire.
+struct Token {
+  std::string user;
+  std::string password;  // the digest
+  std::string nonce;
+  std::string created;
+  std::string type =
+      "http://docs.oasis-open.org/wss/2004/01/oasis-200401-wss-username-token-profile-1.0#PasswordDigest";
+};
+
+// A right token with a nonce that no other token of this process has.
+Token MakeToken(const std::string& user, const std::string& password, UtcTime time);
+
+// The Security header block; parts that are empty are left out.
+std::string SecurityHeader(const Token& token);
+
+std::string Envelope(const std::string& headers, const std::string& body);
+
+// An operation element with its namespace as the default one.
+std::string Element(const std::string& name, const std::string& nameSpace, const std::string& content = "");
+
+struct HttpReply {
+  int status = 0;  // 0: the connection ended without an answer
+  std::string head;
+  std::string body;
+};
+
+// One TCP connection to 127.0.0.1. Reading waits 5 seconds at most.
+class HttpConnection {
+ public:
+  explicit HttpConnection(std::uint16_t port);
+  ~HttpConnection();
+  HttpConnection(const HttpConnection&) = delete;
+  HttpConnection& operator=(const HttpConnection&) = delete;
+
+  bool IsOpen() const { return m_socket >= 0; }
+  void Send(const std::string& bytes) const;
+
+  // Reads one answer with a Content-Length.
+  HttpReply Receive() const;
+
+  HttpReply Post(const std::string& path, const std::string& body, const std::string& host = "127.0.0.1") const;
+
+  // True when the other side closes the connection within 5 seconds.
+  bool IsClosedByPeer() const;
+
+ private:
+  int m_socket = -1;
+};
+
+std::string PostRequest(const std::string& path, const std::string& body, const std::string& host = "127.0.0.1");
+
+}  // namespace simcamtest

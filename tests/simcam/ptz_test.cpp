@@ -1,0 +1,174 @@
+// The PTZ service as a client sees it, with a clock that the tests move.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/simcam/bench.h"
+
+namespace {
+
+using simcamtest::Bench;
+using simcamtest::FaultCodes;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+using testing::HasSubstr;
+
+constexpr const char* kProfile = "<ProfileToken>profile_1</ProfileToken>";
+
+std::string PanTilt(const std::string& x, const std::string& y) {
+  return "<PanTilt x=\"" + x + "\" y=\"" + y + "\" xmlns=\"http://www.onvif.org/ver10/schema\"/>";
+}
+
+std::string Zoom(const std::string& x) {
+  return "<Zoom x=\"" + x + "\" xmlns=\"http://www.onvif.org/ver10/schema\"/>";
+}
+
+std::string Velocity(const std::string& axes) {
+  return "<Velocity>" + axes + "</Velocity>";
+}
+
+std::string Translation(const std::string& axes) {
+  return "<Translation>" + axes + "</Translation>";
+}
+
+class Ptz : public testing::Test {
+ protected:
+  simcam::LensPosition Position() const { return *m_bench.State().PositionOf("ptz_node_1"); }
+
+  simcam::SoapAnswer Move(const std::string& content) { return m_bench.Ptz("ContinuousMove", kProfile + content); }
+
+  Bench m_bench{"ptz-dome"};
+};
+
+TEST_F(Ptz, ContinuousMoveTurnsTheLensUntilItsTimeout) {
+  EXPECT_EQ(Move(Velocity(PanTilt("0.5", "-1") + Zoom("1")) + "<Timeout>PT1S</Timeout>").httpStatus, 200);
+  m_bench.Clock().Advance(milliseconds(500));
+  EXPECT_THAT(m_bench.Ptz("GetStatus", kProfile).body,
+              HasSubstr("<tt:MoveStatus><tt:PanTilt>MOVING</tt:PanTilt><tt:Zoom>MOVING</tt:Zoom></tt:MoveStatus>"));
+  m_bench.Clock().Advance(seconds(5));
+  EXPECT_DOUBLE_EQ(Position().pan, 0.2);
+  EXPECT_DOUBLE_EQ(Position().tilt, -0.4);
+  EXPECT_DOUBLE_EQ(Position().zoom, 0.25);
+  EXPECT_THAT(m_bench.Ptz("GetStatus", kProfile).body,
+              HasSubstr("<tt:PanTilt x=\"0.2\" y=\"-0.4\" "
+                        "space=\"http://www.onvif.org/ver10/tptz/PanTiltSpaces/PositionGenericSpace\"/>"));
+}
+
+TEST_F(Ptz, ContinuousMoveWithoutTimeoutEndsWithTheDefault) {
+  Move(Velocity(PanTilt("0.1", "0")));
+  m_bench.Clock().Advance(seconds(60));
+  EXPECT_DOUBLE_EQ(Position().pan, 0.4);  // 10 seconds at a tenth of 0.4 a second
+}
+
+TEST_F(Ptz, DurationsAreReadInAllTheirForms) {
+  for (const auto& [text, pan] :
+       {std::pair("PT2S", 0.08), std::pair("PT0.5S", 0.02), std::pair("PT0M3S", 0.12), std::pair("P0DT0H0M4S", 0.16)}) {
+    Bench bench("ptz-dome");
+    const std::string timeout = std::string("<Timeout>") + text + "</Timeout>";
+    EXPECT_EQ(bench.Ptz("ContinuousMove", kProfile + Velocity(PanTilt("0.1", "0")) + timeout).httpStatus, 200) << text;
+    bench.Clock().Advance(seconds(30));
+    EXPECT_DOUBLE_EQ(bench.State().PositionOf("ptz_node_1")->pan, pan) << text;
+  }
+}
+
+TEST_F(Ptz, ImpossibleTimeoutsAreRefused) {
+  for (const char* const text :
+       {"", "5", "PT", "P", "PT5", "PTS", "PT-5S", "PT5S5M", "P1Y", "PT1.2.3S", "PTT5S", "PT5SS"}) {
+    EXPECT_EQ(FaultCodes(Move(Velocity(PanTilt("1", "0")) + "<Timeout>" + text + "</Timeout>")),
+              "env:Sender ter:InvalidArgVal")
+        << text;
+  }
+  for (const char* const text : {"PT0S", "PT61S", "PT2M", "P9999D"}) {
+    EXPECT_EQ(FaultCodes(Move(Velocity(PanTilt("1", "0")) + "<Timeout>" + text + "</Timeout>")),
+              "env:Sender ter:InvalidArgVal ter:TimeoutNotSupported")
+        << text;
+  }
+}
+
+TEST_F(Ptz, ImpossibleVelocitiesMoveNothing) {
+  for (const std::string& axes :
+       {PanTilt("1.01", "0"), PanTilt("0", "-1.5"), PanTilt("nan", "0"), PanTilt("inf", "0"), PanTilt("", "0"),
+        PanTilt("0,5", "0"), PanTilt("0.5 ", "0"), Zoom("2"), std::string(), PanTilt("1", "0") + Zoom("x")}) {
+    EXPECT_EQ(FaultCodes(Move(Velocity(axes))), "env:Sender ter:InvalidArgVal ter:InvalidVelocity") << axes;
+  }
+  m_bench.Clock().Advance(seconds(5));
+  EXPECT_EQ(Position().pan, 0);
+}
+
+TEST_F(Ptz, ForeignSpaceIsRefused) {
+  const std::string axes = R"(<PanTilt x="1" y="0" space="urn:degrees" xmlns="http://www.onvif.org/ver10/schema"/>)";
+  EXPECT_EQ(FaultCodes(Move(Velocity(axes))), "env:Sender ter:InvalidArgVal ter:SpaceNotSupported");
+}
+
+TEST_F(Ptz, RelativeMoveGoesTheDistance) {
+  EXPECT_EQ(m_bench
+                .Ptz("RelativeMove", kProfile + Translation(PanTilt("0.0625", "0") + Zoom("0")) + "<Speed>" +
+                                         PanTilt("1", "1") + Zoom("1") + "</Speed>")
+                .httpStatus,
+            200);
+  m_bench.Clock().Advance(seconds(60));
+  EXPECT_EQ(Position().pan, 0.0625);
+}
+
+TEST_F(Ptz, RelativeMoveRefusesWhatIsOutOfRange) {
+  EXPECT_EQ(FaultCodes(m_bench.Ptz("RelativeMove", kProfile + Translation(PanTilt("-1.1", "0")))),
+            "env:Sender ter:InvalidArgVal ter:InvalidTranslation");
+  EXPECT_EQ(FaultCodes(
+                m_bench.Ptz("RelativeMove", kProfile + Translation(Zoom("0.1")) + "<Speed>" + Zoom("-1") + "</Speed>")),
+            "env:Sender ter:InvalidArgVal ter:InvalidSpeed");
+}
+
+TEST_F(Ptz, GotoHomePositionGoesHome) {
+  Move(Velocity(PanTilt("1", "1") + Zoom("1")));
+  m_bench.Clock().Advance(seconds(2));
+  ASSERT_GT(Position().pan, 0);
+  EXPECT_EQ(m_bench.Ptz("GotoHomePosition", kProfile).httpStatus, 200);
+  m_bench.Clock().Advance(seconds(60));
+  EXPECT_EQ(Position().pan, 0);
+  EXPECT_EQ(Position().tilt, 0);
+  EXPECT_EQ(Position().zoom, 0);
+}
+
+TEST_F(Ptz, StopStopsAllAxesUnlessToldOtherwise) {
+  Move(Velocity(PanTilt("1", "0") + Zoom("1")));
+  m_bench.Clock().Advance(seconds(1));
+  m_bench.Ptz("Stop", std::string(kProfile) + "<PanTilt>false</PanTilt>");
+  m_bench.Clock().Advance(seconds(1));
+  EXPECT_DOUBLE_EQ(Position().pan, 0.8);
+  EXPECT_DOUBLE_EQ(Position().zoom, 0.25);
+  m_bench.Ptz("Stop", kProfile);
+  m_bench.Clock().Advance(seconds(1));
+  EXPECT_DOUBLE_EQ(Position().pan, 0.8);
+  EXPECT_EQ(FaultCodes(m_bench.Ptz("Stop", std::string(kProfile) + "<Zoom>no</Zoom>")), "env:Sender ter:InvalidArgVal");
+}
+
+TEST_F(Ptz, ProfilesThatCannotMoveAreRefused) {
+  const std::string velocity = Velocity(PanTilt("1", "0"));
+  EXPECT_EQ(FaultCodes(m_bench.Ptz("ContinuousMove", "<ProfileToken>profile_4</ProfileToken>" + velocity)),
+            "env:Sender ter:InvalidArgVal ter:NoPTZProfile");
+  EXPECT_EQ(FaultCodes(m_bench.Ptz("ContinuousMove", "<ProfileToken></ProfileToken>" + velocity)),
+            "env:Sender ter:InvalidArgVal ter:NoProfile");
+}
+
+TEST_F(Ptz, ProfileMovesOnceAPtzConfigurationIsBound) {
+  m_bench.Media("AddPTZConfiguration",
+                "<ProfileToken>profile_4</ProfileToken><ConfigurationToken>ptz_1</ConfigurationToken>");
+  EXPECT_EQ(m_bench.Ptz("Stop", "<ProfileToken>profile_4</ProfileToken>").httpStatus, 200);
+}
+
+TEST(LegacyPtz, SpeaksTheOldNamespaceAndHasNoHome) {
+  Bench bench("legacy-1-0");
+  const std::string profile = "<ProfileToken>stream0</ProfileToken>";
+  EXPECT_THAT(bench.Ptz("GetStatus", profile).body, HasSubstr("xmlns:tptz=\"http://www.onvif.org/ver10/ptz/wsdl\""));
+  EXPECT_EQ(FaultCodes(bench.Ptz("GotoHomePosition", profile)), "env:Receiver ter:Action ter:NoHomePosition");
+  EXPECT_EQ(FaultCodes(bench.Call("/onvif/ptz_service", simcamtest::Element("Stop", simcamtest::kPtz20Ns, profile))),
+            "env:Sender ter:Namespace");
+}
+
+TEST(LegacyPtz, TiltEndsAtItsOwnLimit) {
+  Bench bench("legacy-1-0");
+  bench.Ptz("ContinuousMove", "<ProfileToken>stream0</ProfileToken>" + Velocity(PanTilt("0", "1")));
+  bench.Clock().Advance(seconds(60));
+  EXPECT_EQ(bench.State().PositionOf("node0")->tilt, 0.5);
+}
+
+}  // namespace

@@ -1,0 +1,84 @@
+"""camctl caps: the table, and the camera file that a server would store."""
+
+import json
+import os
+import tempfile
+import unittest
+
+import programs
+
+
+class CameraFile(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = folder.name
+        self.path = os.path.join(self.folder, "cam.json")
+        self.camera = programs.Camera("ptz-dome")
+        self.addCleanup(self.camera.kill)
+        self.arguments = ["--host", "127.0.0.1", "--port", str(self.camera.port), "--user", programs.USER]
+
+    def camctl(self, *arguments):
+        return programs.camctl(*arguments, CAMCTL_PASSWORD=programs.PASSWORD)
+
+    def saved(self):
+        with open(self.path, encoding="utf-8") as file:
+            return json.load(file)
+
+    def test_table_is_grouped(self):
+        done = self.camctl(*self.arguments, "caps")
+        self.assertEqual((done.returncode, done.stderr), (0, ""), done.stdout)
+        headings = [line for line in done.stdout.splitlines() if not line.startswith(" ")]
+        self.assertEqual(headings, ["Services", "Video mjpeg", "Video mpeg4", "Video h264", "Video of all codecs",
+                                    "Audio", "PTZ"])
+        self.assertRegex(done.stdout, r"\n  640x360 +1 to 25 frames/s, default 10, default size\n")
+        self.assertRegex(done.stdout, r"\n  Codecs +G711,G726,AAC\n")
+        self.assertRegex(done.stdout, r"\n  Pan +continuous\n")
+
+    def test_groups_that_a_camera_lacks_are_named(self):
+        done = self.camctl("caps", "--sim", "fixed-box")
+        self.assertEqual(done.returncode, 0, done.stderr)
+        self.assertIn("\nAudio: none\n", done.stdout)
+        self.assertIn("\nPTZ: none\n", done.stdout)
+
+    def test_saved_file_serves_later_commands(self):
+        done = self.camctl(*self.arguments, "caps", "--save", self.path)
+        self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
+        self.assertEqual(os.listdir(self.folder), ["cam.json"])
+        stored = self.saved()
+        self.assertEqual(list(stored), ["host", "port", "user", "profiles", "capabilities"])
+        self.assertEqual(stored["profiles"], "profile_1,profile_2")
+        self.assertEqual(stored["capabilities"]["preset"], "64")
+        self.assertNotIn(programs.PASSWORD, json.dumps(stored))
+        moved = self.camctl("--camera", self.path, "--json", "ptz", "move", "left")
+        self.assertEqual(moved.returncode, 0, moved.stdout + moved.stderr)
+        self.assertEqual([step["operation"] for step in json.loads(moved.stdout)["steps"]], ["LensPTZ"])
+
+    def test_without_a_record_the_report_comes_first(self):
+        moved = self.camctl(*self.arguments, "--json", "ptz", "move", "left")
+        self.assertEqual(moved.returncode, 0, moved.stdout + moved.stderr)
+        self.assertEqual([step["operation"] for step in json.loads(moved.stdout)["steps"]],
+                         ["GetCapabilities", "GetCapability", "GetProfiles", "LensPTZ"])
+
+    def test_file_that_is_there_is_replaced_by_force_alone(self):
+        with open(self.path, "w", encoding="ascii") as file:
+            file.write("precious")
+        done = self.camctl(*self.arguments, "caps", "--save", self.path)
+        self.assertEqual(done.returncode, 1, done.stdout)
+        self.assertIn("cannot be written: the file is there already", done.stdout)
+        self.assertIn("--force", done.stdout)
+        with open(self.path, encoding="ascii") as file:
+            self.assertEqual(file.read(), "precious")
+        done = self.camctl(*self.arguments, "caps", "--save", self.path, "--force")
+        self.assertEqual(done.returncode, 0, done.stdout)
+        self.assertEqual(self.saved()["host"], "127.0.0.1")
+        self.assertEqual(os.listdir(self.folder), ["cam.json"])
+
+    def test_folder_that_is_missing_is_told(self):
+        done = self.camctl(*self.arguments, "caps", "--save", os.path.join(self.folder, "nosuch", "cam.json"))
+        self.assertEqual(done.returncode, 1, done.stdout)
+        self.assertIn("No such file or directory", done.stdout)
+
+
+if __name__ == "__main__":
+    programs.main()

@@ -1,0 +1,165 @@
+"""Starts the built programs for the tests, and ends them by their process id."""
+
+import os
+import pty
+import re
+import select
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+CAMCTL = os.environ.get("CAMAPI_CAMCTL", "")
+SIMCAM = os.environ.get("CAMAPI_SIMCAM", "")
+NOSLEEP = os.environ.get("CAMAPI_NOSLEEP", "")
+SOURCE_DIR = os.environ.get("CAMAPI_SOURCE_DIR", "")
+SCHEMA_DIR = os.environ.get("CAMAPI_SCHEMA_DIR", "")
+
+USER = "admin"
+PASSWORD = "simcam"
+SKIPPED = 77
+
+READY_S = 30  # longest wait for a program to be ready, generous for instrumented builds
+RUN_S = 60
+
+
+def environment(**changes):
+    """The environment of a program: ours without passwords, with a `sleep` that takes no time, with `changes`; None
+    removes a variable."""
+    variables = {name: value for name, value in os.environ.items()
+                 if name not in ("CAMCTL_PASSWORD", "SIMCAM_PASSWORD", "NO_COLOR")}
+    if NOSLEEP:
+        variables["LD_PRELOAD"] = NOSLEEP
+        # AddressSanitizer wants to be the first library; replacing one function does not harm it.
+        variables["ASAN_OPTIONS"] = "verify_asan_link_order=0:" + variables.get("ASAN_OPTIONS", "")
+    for name, value in changes.items():
+        if value is None:
+            variables.pop(name, None)
+        else:
+            variables[name] = value
+    return variables
+
+
+def run(program, *arguments, **variables):
+    """Runs a program without terminal to its end; returns its status and what it printed."""
+    return subprocess.run([program, *arguments], env=environment(**variables), stdin=subprocess.DEVNULL,
+                          start_new_session=True, capture_output=True, text=True, timeout=RUN_S, check=False)
+
+
+def camctl(*arguments, **variables):
+    return run(CAMCTL, *arguments, **variables)
+
+
+def simcam(*arguments, **variables):
+    return run(SIMCAM, *arguments, **variables)
+
+
+def read_line(stream, seconds=READY_S):
+    """The next line of a program's output, or what came of it until `seconds` were over."""
+    line = b""
+    deadline = time.monotonic() + seconds
+    while not line.endswith(b"\n"):
+        readable, _, _ = select.select([stream], [], [], max(0.0, deadline - time.monotonic()))
+        byte = os.read(stream.fileno(), 1) if readable else b""
+        if not byte:
+            break
+        line += byte
+    return line.decode()
+
+
+def on_terminal(arguments, prompt=None, typed=b"", **variables):
+    """Runs camctl on a terminal of its own and types when it shows the prompt; returns its wait status and what the
+    terminal showed."""
+    pid, terminal = pty.fork()
+    if pid == 0:
+        os.execve(CAMCTL, [CAMCTL, *arguments], environment(**variables))
+    shown = b""
+    while select.select([terminal], [], [], RUN_S)[0]:
+        try:
+            piece = os.read(terminal, 4096)
+        except OSError:  # the other end is closed
+            break
+        shown += piece
+        if prompt is not None and prompt in shown:
+            os.write(terminal, typed)
+            prompt = None
+    os.close(terminal)
+    _, status = os.waitpid(pid, 0)
+    return status, shown.decode()
+
+
+def wait_for(condition, seconds=READY_S):
+    """Asks until the condition holds; returns whether it did in time."""
+    deadline = time.monotonic() + seconds
+    while not condition():
+        if time.monotonic() > deadline:
+            return False
+        time.sleep(0.002)
+    return True
+
+
+class Camera:
+    """The program simcam on a port of its own, for the length of a `with` block."""
+
+    READY = re.compile(r"^simcam: (\S+) listening on http://127\.0\.0\.1:(\d+)(/\S+) \(user (\S+)\)\n$")
+
+    def __init__(self, model="ptz-dome", *arguments):
+        self.process = subprocess.Popen([SIMCAM, "--model", model, "--port", "0", *arguments], env=environment(),
+                                        stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        self.ready_line = read_line(self.process.stdout)
+        match = self.READY.match(self.ready_line)
+        if not match:
+            self.kill()
+            raise AssertionError(f"simcam's ready line is {self.ready_line!r}")
+        self.port = int(match.group(2))
+        self.device_path = match.group(3)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *unused):
+        self.kill()
+
+    def end(self, number=signal.SIGTERM):
+        """Asks it to end; returns its status and what it printed after the ready line."""
+        self.process.send_signal(number)
+        output, errors = self.process.communicate(timeout=READY_S)
+        return self.process.returncode, output.decode(), errors.decode()
+
+    def kill(self):
+        if self.process.poll() is None:
+            self.process.kill()
+        self.process.wait()
+        self.process.stdout.close()
+        self.process.stderr.close()
+
+
+def models():
+    """Names of the built-in models, as the program lists them."""
+    listed = simcam("--list")
+    if listed.returncode != 0:
+        raise AssertionError(f"simcam --list: status {listed.returncode}: {listed.stderr}")
+    return [line.split()[0] for line in listed.stdout.splitlines()]
+
+
+def temporary_file(test, text):
+    """Path of a file with a text, which lives as long as the test."""
+    with tempfile.NamedTemporaryFile("w", suffix=".txt", delete=False) as file:
+        file.write(text)
+    test.addCleanup(os.unlink, file.name)
+    return file.name
+
+
+def skip_all(reason):
+    """Ends the script; the run reports it as skipped."""
+    print(f"skipped: {reason}")
+    sys.exit(SKIPPED)
+
+
+def main():
+    for name, program in (("CAMAPI_CAMCTL", CAMCTL), ("CAMAPI_SIMCAM", SIMCAM)):
+        if not os.access(program, os.X_OK):
+            sys.exit(f"{name} must name the built program; it is {program!r}")
+    unittest.main(verbosity=2)
