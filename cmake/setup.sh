@@ -2,7 +2,12 @@
 # All talk goes to standard error, so that the standard output of what is run afterwards stays its own.
 
 build_packages=(g++ cmake ninja-build libxml2-dev libcurl4-openssl-dev libssl-dev libmicrohttpd-dev libcli11-dev
-                nlohmann-json3-dev)
+                nlohmann-json3-dev pkg-config libcairo2-dev libjpeg62-turbo-dev)
+# For the RTSP streams of the simulated camera and the workbench's player; large, and not needed by anything else.
+stream_packages=(libgstrtspserver-1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-plugins-base
+                 gstreamer1.0-plugins-good gstreamer1.0-plugins-bad gstreamer1.0-libav)
+# A foreign player, for the tests of the streams.
+player_packages=(ffmpeg)
 test_packages=(libgtest-dev libgmock-dev python3 python3-lxml curl binutils gzip util-linux valgrind)
 check_packages=(clang-format clang-tidy)
 
@@ -40,6 +45,13 @@ need_packages() {
   fi
   as_root apt-get update -qq >&2 &&
     as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2
+}
+
+# want_packages WHAT NAME...: installs those that are missing; where that fails it says what will be missing, and goes on.
+want_packages() {
+  local what=$1
+  shift
+  need_packages "$@" || echo "Going on without $what." >&2
 }
 
 # build_preset PRESET [CMAKE-OPTION...]: configures and builds; the output is shown only when a step fails.
