@@ -10,7 +10,6 @@
 #include <array>
 #include <cstdarg>
 #include <cstdio>
-#include <cstring>
 #include <list>
 #include <stdexcept>
 #include <utility>
@@ -41,30 +40,29 @@ using Connections = std::list<Connection>;
 struct Exchange {
   HttpRequest request;
   std::size_t received = 0;
-  bool hasPath = false;
-  bool isPost = false;
+  bool hasBegun = false;
 };
+
+std::uint16_t PortOf(MHD_Daemon* daemon) {
+  return MHD_get_daemon_info(daemon, MHD_DAEMON_INFO_BIND_PORT)->port;
+}
 
 std::string HeaderOf(MHD_Connection* connection, const char* name) {
   const char* const value = MHD_lookup_connection_value(connection, MHD_HEADER_KIND, name);
   return value == nullptr ? std::string() : std::string(value);
 }
 
-MHD_Result Send(MHD_Connection* connection, unsigned status, const std::string& body, const char* contentType) {
-  std::string copy = body;
+MHD_Result Send(MHD_Connection* connection, const HttpAnswer& answer) {
+  std::string copy = answer.body;
   const Response response(MHD_create_response_from_buffer(copy.size(), copy.data(), MHD_RESPMEM_MUST_COPY));
   if (!response) {
     return MHD_NO;
   }
-  MHD_add_response_header(response.get(), MHD_HTTP_HEADER_CONTENT_TYPE, contentType);
-  if (status == MHD_HTTP_METHOD_NOT_ALLOWED) {
-    MHD_add_response_header(response.get(), MHD_HTTP_HEADER_ALLOW, MHD_HTTP_METHOD_POST);
+  MHD_add_response_header(response.get(), MHD_HTTP_HEADER_CONTENT_TYPE, answer.contentType.c_str());
+  for (const auto& [name, value] : answer.headers) {
+    MHD_add_response_header(response.get(), name.c_str(), value.c_str());
   }
-  return MHD_queue_response(connection, status, response.get());
-}
-
-MHD_Result SendPlain(MHD_Connection* connection, unsigned status, const char* reason) {
-  return Send(connection, status, reason, "text/plain; charset=utf-8");
+  return MHD_queue_response(connection, static_cast<unsigned>(answer.status), response.get());
 }
 
 // The server's own messages; only the one about a failing start is wanted.
@@ -81,7 +79,7 @@ void KeepMessage(void* destination, const char* format, va_list arguments) {
 
 class HttpServer::Daemon {
  public:
-  Daemon(std::uint16_t port, Callbacks callbacks) : m_callbacks(std::move(callbacks)) {
+  Daemon(std::uint16_t port, Handler handler) : m_handler(std::move(handler)) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(port);
@@ -91,6 +89,7 @@ class HttpServer::Daemon {
                                     MHD_OPTION_SOCK_ADDR, reinterpret_cast<sockaddr*>(&address),  //
                                     MHD_OPTION_CONNECTION_LIMIT, 2 * kMaxOpenConnections,         //
                                     MHD_OPTION_CONNECTION_TIMEOUT, kIdleSeconds,                  //
+                                    MHD_OPTION_URI_LOG_CALLBACK, TakeTarget, this,                //
                                     MHD_OPTION_NOTIFY_CONNECTION, OnConnection, this,             //
                                     MHD_OPTION_NOTIFY_COMPLETED, OnCompleted, this, MHD_OPTION_END));
     if (!m_daemon) {
@@ -98,28 +97,34 @@ class HttpServer::Daemon {
     }
   }
 
-  std::uint16_t Port() const { return MHD_get_daemon_info(m_daemon.get(), MHD_DAEMON_INFO_BIND_PORT)->port; }
+  std::uint16_t Port() const { return PortOf(m_daemon.get()); }
 
  private:
-  static MHD_Result OnRequest(void* self, MHD_Connection* connection, const char* url, const char* method, const char*,
+  // Called first for each request; what it returns becomes the state of the exchange.
+  static void* TakeTarget(void*, const char* target, MHD_Connection*) {
+    auto exchange = std::make_unique<Exchange>();
+    exchange->request.target = target;
+    return exchange.release();
+  }
+
+  static MHD_Result OnRequest(void* self, MHD_Connection* connection, const char*, const char* method, const char*,
                               const char* data, std::size_t* size, void** state) {
     auto* const daemon = static_cast<Daemon*>(self);
-    if (*state == nullptr) {
-      return daemon->Begin(connection, url, method, state);
-    }
     auto& exchange = *static_cast<Exchange*>(*state);
+    if (!exchange.hasBegun) {
+      return daemon->Begin(connection, method, exchange);
+    }
     return *size > 0 ? TakeBody(exchange, data, size) : daemon->Finish(connection, exchange);
   }
 
   // Everything is answered after the body: an answer that comes before would end the connection.
-  MHD_Result Begin(MHD_Connection* connection, const char* url, const char* method, void** state) {
+  MHD_Result Begin(MHD_Connection* connection, const char* method, Exchange& exchange) {
     MarkBusy(connection, true);
-    auto exchange = std::make_unique<Exchange>();
-    exchange->request.path = url;
-    exchange->request.host = HeaderOf(connection, MHD_HTTP_HEADER_HOST);
-    exchange->hasPath = m_callbacks.hasPath(url);
-    exchange->isPost = std::strcmp(method, MHD_HTTP_METHOD_POST) == 0;
-    *state = exchange.release();
+    exchange.hasBegun = true;
+    exchange.request.method = method;
+    exchange.request.port = PortOf(MHD_get_connection_info(connection, MHD_CONNECTION_INFO_DAEMON)->daemon);
+    exchange.request.host = HeaderOf(connection, MHD_HTTP_HEADER_HOST);
+    exchange.request.authorization = HeaderOf(connection, MHD_HTTP_HEADER_AUTHORIZATION);
     return MHD_YES;
   }
 
@@ -134,17 +139,10 @@ class HttpServer::Daemon {
   }
 
   MHD_Result Finish(MHD_Connection* connection, const Exchange& exchange) const {
-    if (!exchange.hasPath) {
-      return SendPlain(connection, MHD_HTTP_NOT_FOUND, "no such service\n");
-    }
-    if (!exchange.isPost) {
-      return SendPlain(connection, MHD_HTTP_METHOD_NOT_ALLOWED, "only POST is served\n");
-    }
     if (exchange.received > kMaxRequestBody) {
-      return SendPlain(connection, MHD_HTTP_CONTENT_TOO_LARGE, "the request is too large\n");
+      return Send(connection, PlainAnswer(MHD_HTTP_CONTENT_TOO_LARGE, "the request is too large"));
     }
-    const HttpAnswer answer = m_callbacks.answer(exchange.request);
-    return Send(connection, static_cast<unsigned>(answer.status), answer.body, "application/soap+xml; charset=utf-8");
+    return Send(connection, m_handler(exchange.request));
   }
 
   static void OnCompleted(void* self, MHD_Connection* connection, void** state, MHD_RequestTerminationCode) {
@@ -193,14 +191,18 @@ class HttpServer::Daemon {
     }
   }
 
-  const Callbacks m_callbacks;
+  const Handler m_handler;
   std::string m_message;
   Connections m_connections;  // used on the daemon's thread only
   std::unique_ptr<MHD_Daemon, DaemonDeleter> m_daemon;
 };
 
-HttpServer::HttpServer(std::uint16_t port, Callbacks callbacks)
-    : m_daemon(std::make_unique<Daemon>(port, std::move(callbacks))), m_port(m_daemon->Port()) {}
+HttpAnswer PlainAnswer(int status, const std::string& reason) {
+  return {status, "text/plain; charset=utf-8", reason + "\n", {}};
+}
+
+HttpServer::HttpServer(std::uint16_t port, Handler handler)
+    : m_daemon(std::make_unique<Daemon>(port, std::move(handler))), m_port(m_daemon->Port()) {}
 
 HttpServer::~HttpServer() = default;
 

@@ -1,4 +1,4 @@
-// The HTTP front: POST requests on loopback, with limits.
+// The HTTP server under a camera: whole requests in, whole answers out, with limits.
 #pragma once
 
 #include <cstddef>
@@ -6,6 +6,8 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace simcam {
 
@@ -14,26 +16,35 @@ constexpr unsigned kMaxOpenConnections = 128;                     // beyond this
 constexpr unsigned kIdleSeconds = 15;  // a connection without traffic is closed after this time
 
 struct HttpRequest {
-  std::string path;
-  std::string host;  // the Host header, empty when missing
+  std::string method;
+  std::string target;         // path and query as they were sent
+  std::string host;           // the Host header, empty when missing
+  std::string authorization;  // the Authorization header, empty when missing
   std::string body;
+  std::uint16_t port = 0;  // where the server listens
+
+  // The target without its query.
+  std::string Path() const { return target.substr(0, target.find('?')); }
 };
 
 struct HttpAnswer {
   int status = 200;
-  std::string body;  // application/soap+xml
+  std::string contentType;
+  std::string body;
+  std::vector<std::pair<std::string, std::string>> headers;  // besides type and length
 };
 
-// Serves from its construction until Stop() or its end, on one thread of its own. The callbacks run on that thread.
+// A line of text for people, as a refusal below SOAP has it.
+HttpAnswer PlainAnswer(int status, const std::string& reason);
+
+// Serves from its construction until Stop() or its end, on one thread of its own.
 class HttpServer {
  public:
-  struct Callbacks {
-    std::function<bool(const std::string& path)> hasPath;  // paths without a service are answered with 404
-    std::function<HttpAnswer(const HttpRequest& request)> answer;
-  };
+  // Called on the server's thread with each whole request.
+  using Handler = std::function<HttpAnswer(const HttpRequest& request)>;
 
   // Listens on 127.0.0.1; port 0 lets the system choose. Throws std::runtime_error with the reason.
-  HttpServer(std::uint16_t port, Callbacks callbacks);
+  HttpServer(std::uint16_t port, Handler handler);
   ~HttpServer();
 
   HttpServer(const HttpServer&) = delete;

@@ -6,10 +6,9 @@
 #include <iterator>
 #include <utility>
 
-#include "simcam/addresses.h"
 #include "simcam/camerastate.h"
 #include "simcam/dispatcher.h"
-#include "simcam/httpserver.h"
+#include "simcam/front.h"
 #include "simcam/security.h"
 
 namespace simcam {
@@ -33,21 +32,16 @@ class SimCamera::Parts {
         state(model, *clock),
         tokens(options.user, options.password, options.clockWindow, *clock),
         dispatcher(model, state, tokens, *clock),
-        server(options.port, {[this](const std::string& path) { return dispatcher.HasPath(path); },
-                              [this](const HttpRequest& request) { return Answer(request); }}) {}
+        front(dispatcher),
+        server(options.port, [this](const HttpRequest& request) { return front.Answer(request); }) {}
 
   const CameraModel model;
   const std::shared_ptr<const Clock> clock;
   CameraState state;
   TokenChecker tokens;
   const Dispatcher dispatcher;
+  const Front front;
   HttpServer server;
-
- private:
-  HttpAnswer Answer(const HttpRequest& request) const {
-    const SoapAnswer answer = dispatcher.Answer(request.path, EndpointOf(request.host, server.Port()), request.body);
-    return {answer.httpStatus, answer.body};
-  }
 };
 
 SimCamera::SimCamera(CameraModel model, CameraOptions options) {

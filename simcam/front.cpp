@@ -1,0 +1,31 @@
+#include "simcam/front.h"
+
+#include <utility>
+
+namespace simcam {
+
+namespace {
+
+constexpr const char* kSoapType = "application/soap+xml; charset=utf-8";
+
+HttpAnswer MethodNotAllowed(const char* allowed) {
+  HttpAnswer answer = PlainAnswer(405, std::string("only ") + allowed + " is served");
+  answer.headers.emplace_back("Allow", allowed);
+  return answer;
+}
+
+}  // namespace
+
+HttpAnswer Front::Answer(const HttpRequest& request) const {
+  if (m_dispatcher.HasPath(request.Path())) {
+    return request.method == "POST" ? AnswerService(request) : MethodNotAllowed("POST");
+  }
+  return PlainAnswer(404, "the camera serves nothing at this address");
+}
+
+HttpAnswer Front::AnswerService(const HttpRequest& request) const {
+  SoapAnswer answer = m_dispatcher.Answer(request.Path(), EndpointOf(request.host, request.port), request.body);
+  return {answer.httpStatus, kSoapType, std::move(answer.body), {}};
+}
+
+}  // namespace simcam
