@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <iterator>
+#include <optional>
+#include <utility>
 
 #include "simcam/namespaces.h"
 #include "simcam/soapfault.h"
@@ -24,11 +26,13 @@ SoapFault UnknownNamespace(const CameraModel& model, const XmlElement& operation
                    "no service of the camera has the namespace " + std::string(operation.Namespace()));
 }
 
-std::string WriteResponse(const Operation& operation, const Call& call) {
+std::string WriteResponse(const Operation& operation, const Call& call, const CallRules& rules) {
   XmlWriter writer;
   OpenEnvelope(writer, NamespaceOf(Service::Ptz, call.model));
   writer.Open(std::string(PrefixOf(operation.service)) + ":" + operation.name + "Response");
-  operation.handler(call, writer);
+  if (!rules.isIdle) {
+    operation.handler(call, writer);
+  }
   return writer.Finish();
 }
 
@@ -75,8 +79,18 @@ const std::string& PathOf(Service service, const CameraModel& model) {
   return *paths[static_cast<std::size_t>(service)];
 }
 
-Dispatcher::Dispatcher(const CameraModel& model, CameraState& state, TokenChecker& tokens, const Clock& clock)
-    : m_model(model), m_state(state), m_tokens(tokens), m_clock(clock) {}
+struct Dispatcher::Question {
+  std::string_view path;
+  const Endpoint& endpoint;
+  std::optional<SoapRequest> request;
+  std::optional<SoapFault> fault;  // why there is no request
+
+  std::string OperationName() const { return request ? std::string(request->Operation().Name()) : std::string(); }
+};
+
+Dispatcher::Dispatcher(const CameraModel& model, CameraState& state, TokenChecker& tokens, const Clock& clock,
+                       QuirkSet& quirks)
+    : m_model(model), m_state(state), m_tokens(tokens), m_clock(clock), m_quirks(quirks) {}
 
 bool Dispatcher::HasPath(std::string_view path) const {
   return !path.empty() && std::any_of(std::begin(kServices), std::end(kServices),
@@ -84,18 +98,40 @@ bool Dispatcher::HasPath(std::string_view path) const {
 }
 
 SoapAnswer Dispatcher::Answer(std::string_view path, const Endpoint& endpoint, std::string_view body) const {
+  Question question{path, endpoint, {}, {}};
   try {
-    return {200, Run(path, endpoint, body)};
+    question.request.emplace(body);
   } catch (const SoapFault& fault) {
-    return {fault.HttpStatus(), fault.Message()};
+    question.fault = fault;
+  }
+  const std::string operation = question.OperationName();
+  const CallQuirks quirks = m_quirks.ForCall(operation);
+  SoapAnswer answer = Judge(question, quirks.Rules());
+  answer.body = quirks.Bend(operation, std::move(answer.body));
+  answer.wire = quirks.Wire();
+  return answer;
+}
+
+SoapAnswer Dispatcher::Judge(const Question& question, const CallRules& rules) const {
+  try {
+    return {200, Run(question, rules), {}};
+  } catch (const SoapFault& fault) {
+    return {fault.HttpStatus(), fault.Message(), {}};
   }
 }
 
-std::string Dispatcher::Run(std::string_view path, const Endpoint& endpoint, std::string_view body) const {
-  const SoapRequest request(body);
-  const Operation& operation = FindOperation(path, request);
-  CheckAccess(operation, request);
-  return WriteResponse(operation, Call{m_model, m_state, m_clock, endpoint, request});
+std::string Dispatcher::Run(const Question& question, const CallRules& rules) const {
+  if (question.fault) {
+    throw SoapFault(*question.fault);
+  }
+  const SoapRequest& request = *question.request;
+  const Operation& operation = FindOperation(question.path, request);
+  const OffsetClock clock(m_clock, rules.clockOffset);
+  CheckAccess(operation, request, clock);
+  if (rules.fault) {
+    throw SoapFault(*rules.fault);
+  }
+  return WriteResponse(operation, Call{m_model, m_state, clock, question.endpoint, request}, rules);
 }
 
 const Operation& Dispatcher::FindOperation(std::string_view path, const SoapRequest& request) const {
@@ -118,8 +154,8 @@ const Operation& Dispatcher::FindOperation(std::string_view path, const SoapRequ
   return *found;
 }
 
-void Dispatcher::CheckAccess(const Operation& operation, const SoapRequest& request) const {
-  const TokenVerdict verdict = m_tokens.Check(request.Security());
+void Dispatcher::CheckAccess(const Operation& operation, const SoapRequest& request, const Clock& clock) const {
+  const TokenVerdict verdict = m_tokens.Check(request.Security(), clock.UtcNow());
   if (verdict == TokenVerdict::Missing && operation.access == Access::Open) {
     return;
   }

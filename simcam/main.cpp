@@ -8,6 +8,7 @@
 #include <fstream>
 #include <string>
 
+#include "simcam/quirks/quirkset.h"
 #include "simcam/simcamera.h"
 
 namespace {
@@ -25,6 +26,7 @@ class UsageError : public std::runtime_error {
 
 struct Arguments {
   bool isListAsked = false;
+  bool isQuirkListAsked = false;
   std::string model = "ptz-dome";
   std::string passwordFile;
   int port = 0;
@@ -35,6 +37,10 @@ struct Arguments {
 void Declare(CLI::App& app, Arguments& arguments) {
   app.set_version_flag("--version", std::string("simcam ") + SIMCAM_VERSION);
   app.add_flag("--list", arguments.isListAsked, "List the built-in models and exit");
+  app.add_flag("--list-quirks", arguments.isQuirkListAsked, "List the quirks that a camera can have and exit");
+  app.add_option(
+      "--quirk", arguments.camera.quirks,
+      "NAME[=VALUE][@OPERATION][#NTH]: misbehave like this, always or for one operation or call; repeatable");
   app.add_option("--model", arguments.model, "Built-in model or path of a model file")->capture_default_str();
   app.add_option("--port", arguments.port, "TCP port on 127.0.0.1; 0 picks a free one")
       ->check(CLI::Range(0, kMaxPort))
@@ -77,6 +83,20 @@ int PrintList() {
   return 0;
 }
 
+std::string UsageOf(const simcam::Quirk& quirk) {
+  const bool hasValue = quirk.parameter.kind != simcam::QuirkParameter::Kind::None;
+  return std::string(quirk.name) + (hasValue ? std::string("=") + quirk.parameter.standard : "");
+}
+
+int PrintQuirks() {
+  for (const simcam::QuirkGroup& group : simcam::AllQuirks()) {
+    for (const simcam::Quirk& quirk : group.quirks) {
+      std::printf("%-10s %-32s %s\n", group.name, UsageOf(quirk).c_str(), quirk.trouble);
+    }
+  }
+  return 0;
+}
+
 // To be called before any thread starts, so that all threads inherit the mask.
 sigset_t BlockEndSignals() {
   sigset_t signals;
@@ -89,6 +109,7 @@ sigset_t BlockEndSignals() {
 
 int Serve(Arguments arguments) {
   simcam::CameraModel model = simcam::LoadModel(arguments.model);
+  simcam::QuirkSet(arguments.camera.quirks);  // wrong use is told before the camera starts
   arguments.camera.password = PasswordOf(arguments);
   arguments.camera.port = static_cast<std::uint16_t>(arguments.port);
   arguments.camera.clockWindow = std::chrono::seconds(arguments.clockWindow);
@@ -115,12 +136,17 @@ int main(int argc, char** argv) {
   try {
     Declare(app, arguments);
     app.parse(argc, argv);
+    if (arguments.isQuirkListAsked) {
+      return PrintQuirks();
+    }
     return arguments.isListAsked ? PrintList() : Serve(arguments);
   } catch (const CLI::Success& request) {
     return app.exit(request);  // --help and --version
   } catch (const CLI::ParseError& error) {
     return Fail(kExitUsage, error.what());
   } catch (const UsageError& error) {
+    return Fail(kExitUsage, error.what());
+  } catch (const simcam::QuirkError& error) {
     return Fail(kExitUsage, error.what());
   } catch (const simcam::ModelError& error) {
     return Fail(kExitUsage, error.what());

@@ -7,6 +7,7 @@
 #include <array>
 #include <optional>
 
+#include "simcam/clock.h"
 #include "simcam/namespaces.h"
 
 namespace simcam {
@@ -83,10 +84,10 @@ const char* Describe(TokenVerdict verdict) {
   return "unknown";
 }
 
-TokenChecker::TokenChecker(std::string user, std::string password, std::chrono::seconds clockWindow, const Clock& clock)
-    : m_user(std::move(user)), m_password(std::move(password)), m_clockWindow(clockWindow), m_clock(clock) {}
+TokenChecker::TokenChecker(std::string user, std::string password, std::chrono::seconds clockWindow)
+    : m_user(std::move(user)), m_password(std::move(password)), m_clockWindow(clockWindow) {}
 
-TokenVerdict TokenChecker::Check(const XmlElement& security) {
+TokenVerdict TokenChecker::Check(const XmlElement& security, Time now) {
   const XmlElement token = security.Child(ns::kSecurity, "UsernameToken");
   if (!token.Exists()) {
     return TokenVerdict::Missing;
@@ -117,7 +118,6 @@ TokenVerdict TokenChecker::Check(const XmlElement& security) {
   if (user != m_user) {
     return TokenVerdict::WrongUser;
   }
-  const Time now = m_clock.UtcNow();
   const TokenVerdict timeVerdict = CheckTime(created, now);
   if (timeVerdict != TokenVerdict::Accepted) {
     return timeVerdict;

@@ -7,7 +7,6 @@
 #include <string>
 #include <utility>
 
-#include "simcam/clock.h"
 #include "simcam/soaprequest.h"
 
 namespace simcam {
@@ -32,24 +31,23 @@ const char* Describe(TokenVerdict verdict);
 // Safe to use from several threads.
 class TokenChecker {
  public:
-  TokenChecker(std::string user, std::string password, std::chrono::seconds clockWindow, const Clock& clock);
+  using Time = std::chrono::system_clock::time_point;
 
-  // Judges the security header of a request. An accepted nonce is remembered until its time has left the clock
+  TokenChecker(std::string user, std::string password, std::chrono::seconds clockWindow);
+
+  // Judges the security header of a request by a clock that says `now`. An accepted nonce is remembered until its time has left the clock
   // window, when the time alone refuses it.
-  TokenVerdict Check(const XmlElement& security);
+  TokenVerdict Check(const XmlElement& security, Time now);
 
   std::size_t RememberedNonces() const;
 
  private:
-  using Time = std::chrono::system_clock::time_point;
-
   TokenVerdict CheckTime(Time created, Time now) const;
   bool Remember(const std::string& nonce, Time created, Time now);
 
   const std::string m_user;
   const std::string m_password;
   const std::chrono::seconds m_clockWindow;
-  const Clock& m_clock;
   mutable std::mutex m_mutex;
   std::set<std::string> m_nonces;
   std::set<std::pair<Time, std::string>> m_nonceTimes;

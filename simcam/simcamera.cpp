@@ -30,8 +30,9 @@ class SimCamera::Parts {
       : model(std::move(cameraModel)),
         clock(ClockOf(options)),
         state(model, *clock),
-        tokens(options.user, options.password, options.clockWindow, *clock),
-        dispatcher(model, state, tokens, *clock),
+        tokens(options.user, options.password, options.clockWindow),
+        quirks(options.quirks),
+        dispatcher(model, state, tokens, *clock, quirks),
         front(dispatcher),
         server(options.port, [this](const HttpRequest& request) { return front.Answer(request); }) {}
 
@@ -39,6 +40,7 @@ class SimCamera::Parts {
   const std::shared_ptr<const Clock> clock;
   CameraState state;
   TokenChecker tokens;
+  QuirkSet quirks;
   const Dispatcher dispatcher;
   const Front front;
   HttpServer server;
@@ -47,12 +49,26 @@ class SimCamera::Parts {
 SimCamera::SimCamera(CameraModel model, CameraOptions options) {
   try {
     m_parts = std::make_unique<Parts>(std::move(model), options);
+  } catch (const QuirkError& error) {
+    throw CameraError(error.what());
   } catch (const std::runtime_error& error) {
     throw CameraError("cannot serve on 127.0.0.1 port " + std::to_string(options.port) + ": " + error.what());
   }
 }
 
 SimCamera::~SimCamera() = default;
+
+void SimCamera::SwitchOn(const std::string& quirk) {
+  try {
+    m_parts->quirks.SwitchOn(ParseQuirk(quirk));
+  } catch (const QuirkError& error) {
+    throw CameraError(error.what());
+  }
+}
+
+bool SimCamera::SwitchOff(const std::string& name) {
+  return m_parts->quirks.SwitchOff(name) > 0;
+}
 
 std::uint16_t SimCamera::Port() const {
   return m_parts->server.Port();

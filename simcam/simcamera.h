@@ -20,6 +20,7 @@ struct CameraOptions {
   std::uint16_t port = 0;                 // 0: the system picks one
   std::chrono::seconds clockWindow{300};  // how far a token's time may be off, both ways
   std::shared_ptr<const Clock> clock;     // null: the system's clock
+  std::vector<std::string> quirks;        // NAME[=VALUE][@OPERATION][#NTH], switched on from the start
 };
 
 // The camera could not start; what() says why.
@@ -31,7 +32,7 @@ class CameraError : public std::runtime_error {
 // All operations are safe to call from any thread, but the end of the object.
 class SimCamera {
  public:
-  // Starts serving on 127.0.0.1. Throws CameraError: the port is in use or not permitted.
+  // Starts serving on 127.0.0.1. Throws CameraError: the port is in use or not permitted, a quirk is not right.
   explicit SimCamera(CameraModel model, CameraOptions options = CameraOptions());
 
   // Stops serving.
@@ -48,6 +49,12 @@ class SimCamera {
   void Stop();
 
   const CameraModel& Model() const;
+
+  // Switches a quirk on, in the form of CameraOptions::quirks. Throws CameraError: see ParseQuirk in quirks/quirkset.h.
+  void SwitchOn(const std::string& quirk);
+
+  // Switches a quirk off; false when it was not on.
+  bool SwitchOff(const std::string& name);
 
   // The profiles as they are now, in the order of their creation.
   std::vector<Profile> Profiles() const;

@@ -31,11 +31,12 @@ class Bench {
   explicit Bench(simcam::CameraModel model)
       : m_model(std::move(model)),
         m_state(m_model, m_clock),
-        m_tokens("admin", "simcam", std::chrono::seconds(300), m_clock),
-        m_dispatcher(m_model, m_state, m_tokens, m_clock) {}
+        m_tokens("admin", "simcam", std::chrono::seconds(300)),
+        m_dispatcher(m_model, m_state, m_tokens, m_clock, m_quirks) {}
 
   ManualClock& Clock() { return m_clock; }
   simcam::TokenChecker& Tokens() { return m_tokens; }
+  simcam::QuirkSet& Quirks() { return m_quirks; }
   const simcam::CameraState& State() const { return m_state; }
   const simcam::CameraModel& Model() const { return m_model; }
 
@@ -63,6 +64,7 @@ class Bench {
   simcam::CameraModel m_model;
   simcam::CameraState m_state;
   simcam::TokenChecker m_tokens;
+  simcam::QuirkSet m_quirks;
   simcam::Dispatcher m_dispatcher;
 };
 

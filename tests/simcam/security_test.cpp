@@ -22,7 +22,7 @@ class TokenCheck : public testing::Test {
 
   TokenVerdict CheckHeader(const std::string& header) {
     const simcam::SoapRequest request(simcamtest::Envelope(header, "<x/>"));
-    return m_bench.Tokens().Check(request.Security());
+    return m_bench.Tokens().Check(request.Security(), m_bench.Clock().UtcNow());
   }
 
   Bench m_bench{"fixed-box"};
@@ -35,14 +35,14 @@ TEST_F(TokenCheck, RightTokenIsAccepted) {
 TEST_F(TokenCheck, DigestOfTheStandardsExampleIsAccepted) {
   // The example that the standard's application notes work through: nonce, time and password give this digest.
   simcamtest::ManualClock clock;
-  simcam::TokenChecker checker("user", "userpassword", std::chrono::hours(24 * 365 * 50), clock);
+  simcam::TokenChecker checker("user", "userpassword", std::chrono::hours(24 * 365 * 50));
   Token token;
   token.user = "user";
   token.nonce = "LKqI6G/AikKCQrN0zqZFlg==";
   token.created = "2010-09-16T07:50:45Z";
   token.password = "tuOSpGlFlIXsozq4HFNeeGeFLEI=";
   const simcam::SoapRequest request(simcamtest::Envelope(simcamtest::SecurityHeader(token), "<x/>"));
-  EXPECT_EQ(checker.Check(request.Security()), TokenVerdict::Accepted);
+  EXPECT_EQ(checker.Check(request.Security(), clock.UtcNow()), TokenVerdict::Accepted);
 }
 
 TEST_F(TokenCheck, WrongPasswordIsRefused) {
