@@ -39,7 +39,7 @@ struct JpegBuffer {
 void WriteRows(jpeg_compress_struct& compress, const std::uint8_t* bgrx) {
   const std::size_t stride = std::size_t{4} * compress.image_width;
   while (compress.next_scanline < compress.image_height) {
-    JSAMPROW row = const_cast<std::uint8_t*>(bgrx + stride * compress.next_scanline);
+    auto* row = const_cast<std::uint8_t*>(bgrx + stride * compress.next_scanline);
     jpeg_write_scanlines(&compress, &row, 1);
   }
 }

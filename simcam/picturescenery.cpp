@@ -115,8 +115,8 @@ void PaintTop(Brush& brush, const House& house) {
       brush.Roof(house.x - kEaves, y, house.width + 2 * kEaves, 74);
       return;
     case Top::Crenel:
-      for (double x = house.x; x < house.x + house.width; x += 30) {
-        brush.Box(x, y - 18, 18, 18);
+      for (int tooth = 0; tooth * 30 < house.width; ++tooth) {
+        brush.Box(house.x + tooth * 30, y - 18, 18, 18);
       }
       [[fallthrough]];
     case Top::Flat:
@@ -214,17 +214,17 @@ void PaintTree(Brush& brush, Spot foot, double size) {
 
 void PaintStreet(Brush& brush) {
   constexpr double kMiddle = (layout::kRoad + layout::kRoadEnd) / 2;
-  constexpr double kCrossing = 1150;
+  constexpr int kCrossing = 1150;
   brush.Use(0xC3BDB1).Box(0, layout::kGround, kSceneWidth, layout::kYard - layout::kGround);
   brush.Use(0x8F8A80).Box(0, layout::kRoad - 5, kSceneWidth, 5).Box(0, layout::kRoadEnd, kSceneWidth, 5);
   brush.Use(0x43474B).Box(0, layout::kRoad, kSceneWidth, layout::kRoadEnd - layout::kRoad);
   brush.Use(0xF3F0DE);
-  for (double x = 10; x < kSceneWidth; x += 76) {
+  for (int x = 10; x < kSceneWidth; x += 76) {
     brush.Box(x, kMiddle - 2.5, 40, 5);
   }
   brush.Use(0x43474B).Box(kCrossing - 12, layout::kRoad, 156, layout::kRoadEnd - layout::kRoad);
   brush.Use(0xF3F0DE);
-  for (double x = kCrossing; x < kCrossing + 130; x += 24) {
+  for (int x = kCrossing; x < kCrossing + 130; x += 24) {
     brush.Box(x, layout::kRoad + 6, 13, layout::kRoadEnd - layout::kRoad - 12);
   }
 }
@@ -305,7 +305,7 @@ void PaintYard(cairo_t* context, Brush& brush) {
     PaintPost(brush, post);
   }
   brush.Use(0x33602F).Box(0, kSceneHeight - 34, kSceneWidth, 34);
-  for (double x = 12; x < kSceneWidth; x += 26) {
+  for (int x = 12; x < kSceneWidth; x += 26) {
     brush.Use(0x3F7439).Disc(x, kSceneHeight - 34, 15);
   }
 }
