@@ -3,7 +3,12 @@
 # CTest starts, not while building, so that a program that cannot run fails the run and not the build.
 # LABELS defaults to the folder's name. `sleep` is replaced at link level: link static libraries, because a shared
 # one keeps its own `sleep`.
+#
+# The tests themselves are compiled without optimisation, and share the precompiled headers of testsupport-test: what
+# they test is built as it is shipped, and they are most of what there is to compile.
 include(GoogleTest)
+
+set(camapi_test_options -O0 -g1)
 
 function(camapi_add_test name)
   cmake_parse_arguments(TEST "" "" "SOURCES;LIBRARIES;LABELS" ${ARGN})
@@ -15,6 +20,13 @@ function(camapi_add_test name)
   endif()
   add_executable(${name} ${TEST_SOURCES})
   target_link_libraries(${name} PRIVATE ${TEST_LIBRARIES} testsupport camapi-settings)
+  target_compile_options(${name} PRIVATE ${camapi_test_options})
+  if(name STREQUAL "testsupport-test")
+    target_precompile_headers(${name} PRIVATE
+      <gmock/gmock.h> <gtest/gtest.h> <algorithm> <chrono> <functional> <map> <memory> <string> <thread> <vector>)
+  else()
+    target_precompile_headers(${name} REUSE_FROM testsupport-test)
+  endif()
   target_link_options(${name} PRIVATE "LINKER:--wrap=sleep")
   # Beside the tree's programs, but not among them.
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests-bin")
