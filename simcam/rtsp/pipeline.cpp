@@ -1,0 +1,134 @@
+#include "simcam/rtsp/pipeline.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <string_view>
+
+namespace simcam {
+
+namespace {
+
+constexpr int kMinSize = 16;           // pixels; no codec here goes below
+constexpr int kMaxSize = 4096;         // pixels
+constexpr int kMaxRtpJpegSize = 4096;  // pixels; the header of RTP/JPEG counts blocks of 8 in one byte
+constexpr int kBitsPerKbit = 1000;
+
+struct ProfileRow {
+  std::string_view asked;
+  std::string_view made;
+};
+
+// What the encoder makes of the profile that is asked for; players learn the truth from the stream's description.
+constexpr ProfileRow kH264Profiles[] = {
+    {"Baseline", "constrained-baseline"},
+    {"Main", "main"},
+    {"Extended", "constrained-baseline"},
+    {"High", "high"},
+};
+
+std::string H264Profile(const std::string& asked) {
+  const auto* const row = std::find_if(std::begin(kH264Profiles), std::end(kH264Profiles),
+                                       [&](const ProfileRow& candidate) { return candidate.asked == asked; });
+  return std::string(row == std::end(kH264Profiles) ? kH264Profiles[0].made : row->made);
+}
+
+std::string Number(int value) {
+  return std::to_string(value);
+}
+
+std::string H264(const StreamDescription& stream) {
+  return "openh264enc name=" + std::string(kEncoderElement) + " rate-control=bitrate complexity=low multi-thread=1" +
+         " bitrate=" + Number(stream.video.bitrate * kBitsPerKbit) + " gop-size=" + Number(stream.video.govLength) +
+         " ! video/x-h264,profile=" + H264Profile(stream.video.codecProfile) +
+         " ! rtph264pay name=pay0 pt=96 config-interval=-1";
+}
+
+std::string Mpeg4(const StreamDescription& stream) {
+  return "avenc_mpeg4 name=" + std::string(kEncoderElement) +
+         " bitrate=" + Number(stream.video.bitrate * kBitsPerKbit) + " gop-size=" + Number(stream.video.govLength) +
+         " ! rtpmp4vpay name=pay0 pt=96 config-interval=1";
+}
+
+std::string Jpeg(const StreamDescription& stream) {
+  return "jpegenc name=" + std::string(kEncoderElement) + " quality=" + Number(stream.jpegQuality) +
+         " ! rtpjpegpay name=pay0 pt=26";
+}
+
+std::string VideoText(const StreamDescription& stream) {
+  constexpr std::string (*kCodecs[kVideoCodecs])(const StreamDescription&) = {Jpeg, Mpeg4, H264};
+  const VideoEncoderConfiguration& video = stream.video;
+  return "appsrc name=" + std::string(kPictureElement) + " format=time is-live=true max-buffers=1" +
+         " caps=video/x-raw,format=BGRx,width=" + Number(video.width) + ",height=" + Number(video.height) +
+         ",framerate=" + Number(video.frameRate) + "/1,pixel-aspect-ratio=1/1,interlace-mode=progressive" +
+         " ! identity sync=true ! videoconvert ! video/x-raw,format=I420 ! " +
+         kCodecs[static_cast<std::size_t>(video.codec)](stream);
+}
+
+// Models name sample rates in whole kHz; three usual rates are not whole.
+int SampleRate(int kilohertz) {
+  switch (kilohertz) {
+    case 11:
+      return 11025;
+    case 22:
+      return 22050;
+    case 44:
+      return 44100;
+    default:
+      return kilohertz * 1000;
+  }
+}
+
+std::string G711(const AudioEncoderConfiguration&) {
+  return "mulawenc ! rtppcmupay name=pay1 pt=0";
+}
+
+std::string G726(const AudioEncoderConfiguration& audio) {
+  constexpr int kBitrates[] = {16, 24, 32, 40};  // kbit/s
+  const auto isNearer = [&](int left, int right) {
+    return std::abs(left - audio.bitrate) < std::abs(right - audio.bitrate);
+  };
+  const int bitrate = *std::min_element(std::begin(kBitrates), std::end(kBitrates), isNearer);
+  return "avenc_g726 bitrate=" + Number(bitrate * kBitsPerKbit) + " ! rtpg726pay name=pay1 pt=97 force-aal2=false";
+}
+
+std::string Aac(const AudioEncoderConfiguration& audio) {
+  return "avenc_aac bitrate=" + Number(audio.bitrate * kBitsPerKbit) + " ! aacparse ! rtpmp4gpay name=pay1 pt=97";
+}
+
+struct AudioRow {
+  std::string_view encoding;
+  int sampleRate;  // kHz; 0: that of the configuration
+  std::string (*text)(const AudioEncoderConfiguration& audio);
+};
+
+constexpr AudioRow kAudioCodecs[] = {{"G711", 8, G711}, {"G726", 8, G726}, {"AAC", 0, Aac}};
+
+// A beep each second.
+std::string AudioText(const AudioEncoderConfiguration& audio) {
+  const auto* const row = std::find_if(std::begin(kAudioCodecs), std::end(kAudioCodecs),
+                                       [&](const AudioRow& candidate) { return candidate.encoding == audio.encoding; });
+  if (row == std::end(kAudioCodecs)) {
+    return {};
+  }
+  const int rate = SampleRate(row->sampleRate == 0 ? audio.sampleRate : row->sampleRate);
+  return " audiotestsrc name=" + std::string(kSoundElement) +
+         " is-live=true wave=ticks freq=880 volume=0.3 sine-periods-per-tick=88 ! audioconvert" +
+         (" ! audio/x-raw,channels=1,rate=" + Number(rate)) + " ! " + row->text(audio);
+}
+
+}  // namespace
+
+std::string WhyNotStreamable(const VideoEncoderConfiguration& video) {
+  const int limit = video.codec == VideoCodec::Jpeg ? kMaxRtpJpegSize : kMaxSize;
+  const auto [smaller, larger] = std::minmax(video.width, video.height);
+  if (smaller < kMinSize || larger > limit) {
+    return "pictures of this codec are sent from " + Number(kMinSize) + " to " + Number(limit) + " pixels a side";
+  }
+  return video.frameRate < 1 ? "a stream has at least one frame per second" : "";
+}
+
+std::string PipelineText(const StreamDescription& stream) {
+  return "( " + VideoText(stream) + (stream.audio ? AudioText(*stream.audio) : std::string()) + " )";
+}
+
+}  // namespace simcam

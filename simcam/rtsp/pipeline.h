@@ -1,0 +1,21 @@
+// What GStreamer is to do for a stream, as a text that it reads.
+#pragma once
+
+#include <string>
+
+#include "simcam/rtspserver.h"
+
+namespace simcam {
+
+// Names of elements inside the pipeline.
+constexpr char kPictureElement[] = "picture";  // an appsrc
+constexpr char kSoundElement[] = "sound";
+constexpr char kEncoderElement[] = "encoder";
+
+// Why the pictures cannot be sent; empty when they can.
+std::string WhyNotStreamable(const VideoEncoderConfiguration& video);
+
+// The pipeline of a stream. Its pictures are to be given to the appsrc in the format that its capabilities name.
+std::string PipelineText(const StreamDescription& stream);
+
+}  // namespace simcam
