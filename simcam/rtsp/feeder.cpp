@@ -68,21 +68,40 @@ class Feeder {
   std::uint64_t m_frame = 0;
 };
 
-// avenc_mpeg4 spoils the times of its frames, so that players show nothing. Frames leave it in the order in which they
-// came: their times are kept aside before it and given back behind it.
+using EventPtr = std::unique_ptr<GstEvent, FreeWith<gst_event_unref>>;
+
+// The segment in which a pad's times count.
+const GstSegment* SegmentOf(const EventPtr& event) {
+  const GstSegment* segment = nullptr;
+  if (event) {
+    gst_event_parse_segment(event.get(), &segment);
+  }
+  return segment;
+}
+
+// avenc_mpeg4 counts time from another start and loses the times of its frames, so that players show nothing. Frames
+// leave it in the order in which they came: their times are kept aside before it and given back behind it.
 class FrameTimes {
  public:
-  static GstPadProbeReturn Keep(GstPad*, GstPadProbeInfo* info, gpointer self) {
-    static_cast<FrameTimes*>(self)->Push(GST_BUFFER_PTS(GST_PAD_PROBE_INFO_BUFFER(info)));
+  static GstPadProbeReturn Keep(GstPad* pad, GstPadProbeInfo* info, gpointer self) {
+    const EventPtr event(gst_pad_get_sticky_event(pad, GST_EVENT_SEGMENT, 0));
+    if (const GstSegment* const segment = SegmentOf(event)) {
+      const GstClockTime time = GST_BUFFER_PTS(GST_PAD_PROBE_INFO_BUFFER(info));
+      static_cast<FrameTimes*>(self)->Push(gst_segment_to_running_time(segment, GST_FORMAT_TIME, time));
+    }
     return GST_PAD_PROBE_OK;
   }
 
-  static GstPadProbeReturn GiveBack(GstPad*, GstPadProbeInfo* info, gpointer self) {
-    GstBuffer* const buffer = gst_buffer_make_writable(GST_PAD_PROBE_INFO_BUFFER(info));
-    info->data = buffer;
-    const GstClockTime time = static_cast<FrameTimes*>(self)->Pop();
-    GST_BUFFER_PTS(buffer) = time;
-    GST_BUFFER_DTS(buffer) = time;
+  static GstPadProbeReturn GiveBack(GstPad* pad, GstPadProbeInfo* info, gpointer self) {
+    const EventPtr event(gst_pad_get_sticky_event(pad, GST_EVENT_SEGMENT, 0));
+    if (const GstSegment* const segment = SegmentOf(event)) {
+      const GstClockTime runningTime = static_cast<FrameTimes*>(self)->Pop();
+      const GstClockTime time = gst_segment_position_from_running_time(segment, GST_FORMAT_TIME, runningTime);
+      GstBuffer* const buffer = gst_buffer_make_writable(GST_PAD_PROBE_INFO_BUFFER(info));
+      GST_BUFFER_PTS(buffer) = time;
+      GST_BUFFER_DTS(buffer) = time;
+      info->data = buffer;
+    }
     return GST_PAD_PROBE_OK;
   }
 
