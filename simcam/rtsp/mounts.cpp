@@ -84,11 +84,13 @@ void Mounts::EndUnused(const std::set<GstRTSPMedia*>& used, Time now) {
     retired.swap(m_retired);
     for (auto& [target, mount] : m_mounts) {
       bool isUnused = !mount.running.empty();
+      bool hasFailed = false;
       for (Running& running : mount.running) {
         running.lastUsed = used.count(running.media.get()) > 0 ? now : running.lastUsed;
         isUnused = isUnused && now - running.lastUsed > kKeptAfterLastViewer;
+        hasFailed = hasFailed || gst_rtsp_media_get_status(running.media.get()) == GST_RTSP_MEDIA_STATUS_ERROR;
       }
-      if (isUnused) {
+      if (isUnused || hasFailed) {
         Retire(mount);
         Install(mount);
       }

@@ -46,7 +46,7 @@ class Mounts : public std::enable_shared_from_this<Mounts> {
 
   bool IsCurrent(Edition edition) const;
 
-  // Ends what has run for nobody long enough. `used` are the running streams that have a session.
+  // Ends what has run for nobody long enough, and what has failed. `used` are the running streams that have a session.
   void EndUnused(const std::set<GstRTSPMedia*>& used, Time now);
 
  private:

@@ -13,6 +13,9 @@ constexpr int kMaxSize = 4096;         // pixels
 constexpr int kMaxRtpJpegSize = 4096;  // pixels; the header of RTP/JPEG counts blocks of 8 in one byte
 constexpr int kBitsPerKbit = 1000;
 
+// Before each payloader: a viewer who wants pictures alone leaves the sound unlinked, which must not end the stream.
+constexpr char kPart[] = " ! errorignore ignore-notlinked=true ignore-error=false convert-to=ok ! ";
+
 struct ProfileRow {
   std::string_view asked;
   std::string_view made;
@@ -39,19 +42,19 @@ std::string Number(int value) {
 std::string H264(const StreamDescription& stream) {
   return "openh264enc name=" + std::string(kEncoderElement) + " rate-control=bitrate complexity=low multi-thread=1" +
          " bitrate=" + Number(stream.video.bitrate * kBitsPerKbit) + " gop-size=" + Number(stream.video.govLength) +
-         " ! video/x-h264,profile=" + H264Profile(stream.video.codecProfile) +
-         " ! rtph264pay name=pay0 pt=96 config-interval=-1";
+         " ! video/x-h264,profile=" + H264Profile(stream.video.codecProfile) + kPart +
+         "rtph264pay name=pay0 pt=96 config-interval=-1";
 }
 
 std::string Mpeg4(const StreamDescription& stream) {
   return "avenc_mpeg4 name=" + std::string(kEncoderElement) +
          " bitrate=" + Number(stream.video.bitrate * kBitsPerKbit) + " gop-size=" + Number(stream.video.govLength) +
-         " ! rtpmp4vpay name=pay0 pt=96 config-interval=1";
+         kPart + "rtpmp4vpay name=pay0 pt=96 config-interval=1";
 }
 
 std::string Jpeg(const StreamDescription& stream) {
-  return "jpegenc name=" + std::string(kEncoderElement) + " quality=" + Number(stream.jpegQuality) +
-         " ! rtpjpegpay name=pay0 pt=26";
+  return "jpegenc name=" + std::string(kEncoderElement) + " quality=" + Number(stream.jpegQuality) + kPart +
+         "rtpjpegpay name=pay0 pt=26";
 }
 
 std::string VideoText(const StreamDescription& stream) {
@@ -79,7 +82,7 @@ int SampleRate(int kilohertz) {
 }
 
 std::string G711(const AudioEncoderConfiguration&) {
-  return "mulawenc ! rtppcmupay name=pay1 pt=0";
+  return std::string("mulawenc") + kPart + "rtppcmupay name=pay1 pt=0";
 }
 
 std::string G726(const AudioEncoderConfiguration& audio) {
@@ -88,11 +91,12 @@ std::string G726(const AudioEncoderConfiguration& audio) {
     return std::abs(left - audio.bitrate) < std::abs(right - audio.bitrate);
   };
   const int bitrate = *std::min_element(std::begin(kBitrates), std::end(kBitrates), isNearer);
-  return "avenc_g726 bitrate=" + Number(bitrate * kBitsPerKbit) + " ! rtpg726pay name=pay1 pt=97 force-aal2=false";
+  return "avenc_g726 bitrate=" + Number(bitrate * kBitsPerKbit) + kPart + "rtpg726pay name=pay1 pt=97 force-aal2=false";
 }
 
 std::string Aac(const AudioEncoderConfiguration& audio) {
-  return "avenc_aac bitrate=" + Number(audio.bitrate * kBitsPerKbit) + " ! aacparse ! rtpmp4gpay name=pay1 pt=97";
+  return "avenc_aac bitrate=" + Number(audio.bitrate * kBitsPerKbit) + " ! aacparse" + kPart +
+         "rtpmp4gpay name=pay1 pt=97";
 }
 
 struct AudioRow {
