@@ -26,11 +26,11 @@ SoapFault UnknownNamespace(const CameraModel& model, const XmlElement& operation
                    "no service of the camera has the namespace " + std::string(operation.Namespace()));
 }
 
-std::string WriteResponse(const Operation& operation, const Call& call, const CallRules& rules) {
+std::string WriteResponse(const Operation& operation, const Call& call) {
   XmlWriter writer;
   OpenEnvelope(writer, NamespaceOf(Service::Ptz, call.model));
   writer.Open(std::string(PrefixOf(operation.service)) + ":" + operation.name + "Response");
-  if (!rules.isIdle) {
+  if (!call.rules.isIdle) {
     operation.handler(call, writer);
   }
   return writer.Finish();
@@ -131,7 +131,7 @@ std::string Dispatcher::Run(const Question& question, const CallRules& rules) co
   if (rules.fault) {
     throw SoapFault(*rules.fault);
   }
-  return WriteResponse(operation, Call{m_model, m_state, clock, question.endpoint, request}, rules);
+  return WriteResponse(operation, Call{m_model, m_state, clock, question.endpoint, request, rules});
 }
 
 const Operation& Dispatcher::FindOperation(std::string_view path, const SoapRequest& request) const {

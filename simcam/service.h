@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "simcam/addresses.h"
+#include "simcam/callrules.h"
 #include "simcam/camerastate.h"
 #include "simcam/clock.h"
 #include "simcam/model.h"
@@ -26,6 +27,7 @@ struct Call {
   const Clock& clock;
   const Endpoint& endpoint;
   const SoapRequest& request;
+  const CallRules& rules;
 };
 
 // Runs `use` on the PTZ unit of the profile that the request names, as CameraState::UsePtz does.

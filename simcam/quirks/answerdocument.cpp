@@ -61,6 +61,12 @@ void AnswerDocument::RemoveAll(std::string_view name, xmlNode* under) {
   }
 }
 
+void AnswerDocument::RemoveChildren(xmlNode* element) {
+  while (element != nullptr && element->children != nullptr) {
+    Remove(element->children);
+  }
+}
+
 std::string AnswerDocument::TextOf(const xmlNode* element) {
   if (element == nullptr) {
     return std::string();
@@ -76,6 +82,52 @@ void AnswerDocument::SetText(xmlNode* element, const std::string& text) {
   // xmlNodeSetContent reads entities; an added text node takes the text as it is.
   xmlNodeSetContent(element, nullptr);
   xmlNodeAddContent(element, ToXml(text));
+}
+
+void AnswerDocument::SetAll(std::string_view name, const std::string& text, xmlNode* under) {
+  for (xmlNode* const element : FindAll(name, under)) {
+    SetText(element, text);
+  }
+}
+
+void AnswerDocument::Rename(xmlNode* element, const std::string& name) {
+  if (element != nullptr) {
+    xmlNodeSetName(element, ToXml(name));
+  }
+}
+
+xmlNode* AnswerDocument::InsertCopy(xmlNode* element) {
+  if (element == nullptr) {
+    return nullptr;
+  }
+  xmlNode* const copy = xmlDocCopyNode(element, element->doc, 1);
+  if (copy == nullptr) {
+    throw std::bad_alloc();
+  }
+  return xmlAddNextSibling(element, copy);
+}
+
+void AnswerDocument::MoveToFront(xmlNode* element) {
+  if (element != nullptr && element->prev != nullptr) {
+    xmlAddPrevSibling(element->parent->children, element);
+  }
+}
+
+std::string AnswerDocument::AttributeOf(const xmlNode* element, const char* name) {
+  const XmlText text(element == nullptr ? nullptr : xmlGetNoNsProp(element, ToXml(name)));
+  return std::string(FromXml(text.get()));
+}
+
+void AnswerDocument::SetAttribute(xmlNode* element, const char* name, const std::string& text) {
+  if (element != nullptr) {
+    xmlSetProp(element, ToXml(name), ToXml(text));
+  }
+}
+
+void AnswerDocument::RemoveAttribute(xmlNode* element, const char* name) {
+  if (element != nullptr) {
+    xmlUnsetProp(element, ToXml(name));
+  }
 }
 
 std::string AnswerDocument::Text() const {

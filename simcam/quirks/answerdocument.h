@@ -28,8 +28,25 @@ class AnswerDocument {
   static void Remove(xmlNode* element);
   void RemoveAll(std::string_view name, xmlNode* under = nullptr);
 
+  static void RemoveChildren(xmlNode* element);
+
   static std::string TextOf(const xmlNode* element);
   static void SetText(xmlNode* element, const std::string& text);
+  void SetAll(std::string_view name, const std::string& text, xmlNode* under = nullptr);
+
+  // Another local name; the namespace stays.
+  static void Rename(xmlNode* element, const std::string& name);
+
+  // A copy with all that is in it, behind the element; null for none.
+  static xmlNode* InsertCopy(xmlNode* element);
+
+  // Before its elder siblings.
+  static void MoveToFront(xmlNode* element);
+
+  // Attributes without namespace. A missing one reads as an empty text.
+  static std::string AttributeOf(const xmlNode* element, const char* name);
+  static void SetAttribute(xmlNode* element, const char* name, const std::string& text);
+  static void RemoveAttribute(xmlNode* element, const char* name);
 
   std::string Text() const;
 

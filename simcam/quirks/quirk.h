@@ -51,12 +51,32 @@ using TextHook = void (*)(std::string& answer, const QuirkValue& value);        
 using WireHook = void (*)(WirePlan& plan, const QuirkValue& value);              // how the bytes travel
 using QuirkHook = std::variant<RulesHook, DocumentHook, TextHook, WireHook>;
 
+// What a quirk does: mostly one hook; more when what it does and what it shows must fit together.
+class QuirkHooks {
+ public:
+  template <typename... Hooks>
+  QuirkHooks(Hooks... hooks) : m_hooks{QuirkHook(hooks)...} {}
+
+  // Calls `use` with each hook of that kind.
+  template <typename Hook, typename Use>
+  void ForEach(Use use) const {
+    for (const QuirkHook& entry : m_hooks) {
+      if (const auto* const hook = std::get_if<Hook>(&entry)) {
+        use(*hook);
+      }
+    }
+  }
+
+ private:
+  std::vector<QuirkHook> m_hooks;
+};
+
 struct Quirk {
   const char* name;     // words with hyphens
   const char* trouble;  // one line: what the camera does, and what goes wrong with clients
   QuirkParameter parameter;
   std::vector<std::string_view> operations;  // that it can change; empty: all
-  QuirkHook hook;
+  QuirkHooks hooks;
 };
 
 struct QuirkGroup {

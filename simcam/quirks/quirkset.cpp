@@ -151,9 +151,7 @@ std::string FormatQuirk(const QuirkSwitch& entry) {
 CallRules CallQuirks::Rules() const {
   CallRules rules;
   for (const QuirkSwitch& entry : m_entries) {
-    if (const auto* const hook = std::get_if<RulesHook>(&entry.quirk->hook)) {
-      (*hook)(rules, entry.value);
-    }
+    entry.quirk->hooks.ForEach<RulesHook>([&](RulesHook hook) { hook(rules, entry.value); });
   }
   return rules;
 }
@@ -161,20 +159,18 @@ CallRules CallQuirks::Rules() const {
 std::string CallQuirks::Bend(const std::string& operation, std::string body) const {
   std::optional<AnswerDocument> document;
   for (const QuirkSwitch& entry : m_entries) {
-    if (const auto* const hook = std::get_if<DocumentHook>(&entry.quirk->hook)) {
+    entry.quirk->hooks.ForEach<DocumentHook>([&](DocumentHook hook) {
       if (!document) {
         document.emplace(operation, body);
       }
-      (*hook)(*document, entry.value);
-    }
+      hook(*document, entry.value);
+    });
   }
   if (document) {
     body = document->Text();
   }
   for (const QuirkSwitch& entry : m_entries) {
-    if (const auto* const hook = std::get_if<TextHook>(&entry.quirk->hook)) {
-      (*hook)(body, entry.value);
-    }
+    entry.quirk->hooks.ForEach<TextHook>([&](TextHook hook) { hook(body, entry.value); });
   }
   return body;
 }
@@ -182,9 +178,7 @@ std::string CallQuirks::Bend(const std::string& operation, std::string body) con
 WirePlan CallQuirks::Wire() const {
   WirePlan plan;
   for (const QuirkSwitch& entry : m_entries) {
-    if (const auto* const hook = std::get_if<WireHook>(&entry.quirk->hook)) {
-      (*hook)(plan, entry.value);
-    }
+    entry.quirk->hooks.ForEach<WireHook>([&](WireHook hook) { hook(plan, entry.value); });
   }
   return plan;
 }
