@@ -67,6 +67,15 @@ std::chrono::steady_clock::time_point Clock::SteadyNow() const {
   return std::chrono::steady_clock::now();
 }
 
+std::chrono::system_clock::time_point BentClock::UtcNow() const {
+  using std::chrono::duration_cast;
+  const auto running = m_right.UtcNow() - m_start;
+  const double hours = std::chrono::duration<double, std::ratio<3600>>(running).count();
+  const auto gain = duration_cast<std::chrono::milliseconds>(m_rules.gainPerHour * hours);
+  const auto now = m_rules.restart.value_or(m_start) + running + m_rules.offset + gain;
+  return m_rules.step.count() == 0 ? now : now - now.time_since_epoch() % m_rules.step;
+}
+
 bool ParseUtc(std::string_view text, std::chrono::system_clock::time_point& time) {
   constexpr std::size_t kWholeSeconds = 19;
   std::chrono::microseconds fraction{};

@@ -90,7 +90,7 @@ struct Dispatcher::Question {
 
 Dispatcher::Dispatcher(const CameraModel& model, CameraState& state, TokenChecker& tokens, const Clock& clock,
                        QuirkSet& quirks)
-    : m_model(model), m_state(state), m_tokens(tokens), m_clock(clock), m_quirks(quirks) {}
+    : m_model(model), m_state(state), m_tokens(tokens), m_clock(clock), m_quirks(quirks), m_start(clock.UtcNow()) {}
 
 bool Dispatcher::HasPath(std::string_view path) const {
   return !path.empty() && std::any_of(std::begin(kServices), std::end(kServices),
@@ -126,8 +126,8 @@ std::string Dispatcher::Run(const Question& question, const CallRules& rules) co
   }
   const SoapRequest& request = *question.request;
   const Operation& operation = FindOperation(question.path, request);
-  const OffsetClock clock(m_clock, rules.clockOffset);
-  CheckAccess(operation, request, clock);
+  const BentClock clock(m_clock, m_start, rules.clock);
+  CheckAccess(operation, request, clock, rules.access);
   if (rules.fault) {
     throw SoapFault(*rules.fault);
   }
@@ -154,9 +154,10 @@ const Operation& Dispatcher::FindOperation(std::string_view path, const SoapRequ
   return *found;
 }
 
-void Dispatcher::CheckAccess(const Operation& operation, const SoapRequest& request, const Clock& clock) const {
-  const TokenVerdict verdict = m_tokens.Check(request.Security(), clock.UtcNow());
-  if (verdict == TokenVerdict::Missing && operation.access == Access::Open) {
+void Dispatcher::CheckAccess(const Operation& operation, const SoapRequest& request, const Clock& clock,
+                             const AccessRules& rules) const {
+  const TokenVerdict verdict = m_tokens.Check(request.Security(), clock.UtcNow(), rules.token);
+  if (verdict == TokenVerdict::Missing && operation.access == Access::Open && !rules.opensNothing) {
     return;
   }
   if (verdict != TokenVerdict::Accepted) {

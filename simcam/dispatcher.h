@@ -44,13 +44,15 @@ class Dispatcher {
   SoapAnswer Judge(const Question& question, const CallRules& rules) const;
   std::string Run(const Question& question, const CallRules& rules) const;
   const Operation& FindOperation(std::string_view path, const SoapRequest& request) const;
-  void CheckAccess(const Operation& operation, const SoapRequest& request, const Clock& clock) const;
+  void CheckAccess(const Operation& operation, const SoapRequest& request, const Clock& clock,
+                   const AccessRules& rules) const;
 
   const CameraModel& m_model;
   CameraState& m_state;
   TokenChecker& m_tokens;
   const Clock& m_clock;
   QuirkSet& m_quirks;
+  const std::chrono::system_clock::time_point m_start;
 };
 
 }  // namespace simcam

@@ -87,7 +87,7 @@ const char* Describe(TokenVerdict verdict) {
 TokenChecker::TokenChecker(std::string user, std::string password, std::chrono::seconds clockWindow)
     : m_user(std::move(user)), m_password(std::move(password)), m_clockWindow(clockWindow) {}
 
-TokenVerdict TokenChecker::Check(const XmlElement& security, Time now) {
+TokenVerdict TokenChecker::Check(const XmlElement& security, Time now, const TokenRules& rules) {
   const XmlElement token = security.Child(ns::kSecurity, "UsernameToken");
   if (!token.Exists()) {
     return TokenVerdict::Missing;
@@ -118,18 +118,18 @@ TokenVerdict TokenChecker::Check(const XmlElement& security, Time now) {
   if (user != m_user) {
     return TokenVerdict::WrongUser;
   }
-  const TokenVerdict timeVerdict = CheckTime(created, now);
+  const TokenVerdict timeVerdict = CheckTime(created, now, rules.clockWindow.value_or(m_clockWindow));
   if (timeVerdict != TokenVerdict::Accepted) {
     return timeVerdict;
   }
   return Remember(*nonce, created, now) ? TokenVerdict::Accepted : TokenVerdict::RepeatedNonce;
 }
 
-TokenVerdict TokenChecker::CheckTime(Time created, Time now) const {
-  if (created < now - m_clockWindow) {
+TokenVerdict TokenChecker::CheckTime(Time created, Time now, std::chrono::seconds window) {
+  if (created < now - window) {
     return TokenVerdict::Stale;
   }
-  return created > now + m_clockWindow ? TokenVerdict::Future : TokenVerdict::Accepted;
+  return created > now + window ? TokenVerdict::Future : TokenVerdict::Accepted;
 }
 
 bool TokenChecker::Remember(const std::string& nonce, Time created, Time now) {

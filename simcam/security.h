@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
@@ -28,6 +29,11 @@ enum class TokenVerdict {
 // What a verdict means, for the reason of a fault. Never holds a secret.
 const char* Describe(TokenVerdict verdict);
 
+// How tokens are checked.
+struct TokenRules {
+  std::optional<std::chrono::seconds> clockWindow;  // in place of the checker's own
+};
+
 // Safe to use from several threads.
 class TokenChecker {
  public:
@@ -35,14 +41,14 @@ class TokenChecker {
 
   TokenChecker(std::string user, std::string password, std::chrono::seconds clockWindow);
 
-  // Judges the security header of a request by a clock that says `now`. An accepted nonce is remembered until its time has left the clock
-  // window, when the time alone refuses it.
-  TokenVerdict Check(const XmlElement& security, Time now);
+  // Judges the security header of a request by a clock that says `now`. An accepted nonce is remembered until its time
+  // has left the clock window, when the time alone refuses it.
+  TokenVerdict Check(const XmlElement& security, Time now, const TokenRules& rules = TokenRules());
 
   std::size_t RememberedNonces() const;
 
  private:
-  TokenVerdict CheckTime(Time created, Time now) const;
+  static TokenVerdict CheckTime(Time created, Time now, std::chrono::seconds window);
   bool Remember(const std::string& nonce, Time created, Time now);
 
   const std::string m_user;
