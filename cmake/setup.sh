@@ -2,7 +2,7 @@
 # All talk goes to standard error, so that the standard output of what is run afterwards stays its own.
 
 build_packages=(g++ cmake ninja-build libxml2-dev libcurl4-openssl-dev libssl-dev libmicrohttpd-dev libcli11-dev
-                nlohmann-json3-dev pkg-config libcairo2-dev libjpeg62-turbo-dev)
+                nlohmann-json3-dev pkg-config libcairo2-dev libjpeg62-turbo-dev zlib1g-dev)
 # For the RTSP streams of the simulated camera and the workbench's player; large, and not needed by anything else.
 stream_packages=(libgstrtspserver-1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-plugins-base
                  gstreamer1.0-plugins-good gstreamer1.0-plugins-bad gstreamer1.0-libav)

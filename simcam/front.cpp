@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "simcam/wireshape.h"
+
 namespace simcam {
 
 namespace {
@@ -25,7 +27,9 @@ HttpAnswer Front::Answer(const HttpRequest& request) const {
 
 HttpAnswer Front::AnswerService(const HttpRequest& request) const {
   SoapAnswer answer = m_dispatcher.Answer(request.Path(), EndpointOf(request.host, request.port), request.body);
-  return {answer.httpStatus, kSoapType, std::move(answer.body), {}};
+  HttpAnswer shaped{answer.httpStatus, kSoapType, std::move(answer.body), {}, std::move(answer.wire)};
+  ShapeAnswer(shaped, request);
+  return shaped;
 }
 
 }  // namespace simcam

@@ -11,8 +11,11 @@
 #include <cstdarg>
 #include <cstdio>
 #include <list>
+#include <optional>
 #include <stdexcept>
 #include <utility>
+
+#include "simcam/rawanswer.h"
 
 namespace simcam {
 
@@ -31,8 +34,16 @@ using Response = std::unique_ptr<MHD_Response, ResponseDeleter>;
 
 // A connection of a client, in the list of all of them.
 struct Connection {
+  enum class State {
+    Idle,
+    Asking,    // a request was begun
+    Answered,  // it is being answered past the library
+  };
+
   int socket = -1;
-  bool isBusy = false;  // a request was begun and not yet answered
+  State state = State::Idle;
+  bool dropsNextRequest = false;
+  std::shared_ptr<std::atomic<bool>> idleClose;  // calls off the end that was planned for an idle connection
 };
 using Connections = std::list<Connection>;
 
@@ -41,6 +52,7 @@ struct Exchange {
   HttpRequest request;
   std::size_t received = 0;
   bool hasBegun = false;
+  std::optional<HttpAnswer> answer;  // when it does not go out at once
 };
 
 std::uint16_t PortOf(MHD_Daemon* daemon) {
@@ -52,17 +64,70 @@ std::string HeaderOf(MHD_Connection* connection, const char* name) {
   return value == nullptr ? std::string() : std::string(value);
 }
 
-MHD_Result Send(MHD_Connection* connection, const HttpAnswer& answer) {
+// What is left of a body that goes out in chunks.
+struct ChunkedBody {
+  std::string text;
+
+  static ssize_t Read(void* self, std::uint64_t position, char* buffer, std::size_t size) {
+    const std::string& text = static_cast<ChunkedBody*>(self)->text;
+    if (position >= text.size()) {
+      return MHD_CONTENT_READER_END_OF_STREAM;
+    }
+    return static_cast<ssize_t>(text.copy(buffer, size, position));
+  }
+  static void Free(void* self) { const std::unique_ptr<ChunkedBody> owner(static_cast<ChunkedBody*>(self)); }
+};
+
+Response MakeResponse(const HttpAnswer& answer) {
+  constexpr std::size_t kChunk = 1024;  // bytes
+  if (answer.wire.isChunked) {
+    auto body = std::make_unique<ChunkedBody>(ChunkedBody{answer.body});
+    Response response(
+        MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, kChunk, ChunkedBody::Read, body.get(), ChunkedBody::Free));
+    if (response) {
+      body.release();
+    }
+    return response;
+  }
   std::string copy = answer.body;
-  const Response response(MHD_create_response_from_buffer(copy.size(), copy.data(), MHD_RESPMEM_MUST_COPY));
+  return Response(MHD_create_response_from_buffer(copy.size(), copy.data(), MHD_RESPMEM_MUST_COPY));
+}
+
+MHD_Result Send(MHD_Connection* connection, const HttpAnswer& answer) {
+  const Response response = MakeResponse(answer);
   if (!response) {
     return MHD_NO;
   }
-  MHD_add_response_header(response.get(), MHD_HTTP_HEADER_CONTENT_TYPE, answer.contentType.c_str());
+  if (!answer.contentType.empty()) {
+    MHD_add_response_header(response.get(), MHD_HTTP_HEADER_CONTENT_TYPE, answer.contentType.c_str());
+  }
   for (const auto& [name, value] : answer.headers) {
     MHD_add_response_header(response.get(), name.c_str(), value.c_str());
   }
+  if (answer.wire.closesAfterAnswer) {
+    MHD_add_response_header(response.get(), MHD_HTTP_HEADER_CONNECTION, "close");
+  }
   return MHD_queue_response(connection, static_cast<unsigned>(answer.status), response.get());
+}
+
+Connection& EntryOf(MHD_Connection* connection) {
+  const auto* const info = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_SOCKET_CONTEXT);
+  return *static_cast<Connection*>(info->socket_context);
+}
+
+// An answer that goes past the library, or later.
+Sending MakeSending(MHD_Connection* connection, const HttpAnswer& answer) {
+  Sending sending;
+  sending.socket = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD)->connect_fd;
+  sending.delay = answer.wire.delay;
+  sending.endsConnection = answer.wire.raw.has_value();
+  if (const auto& raw = answer.wire.raw) {
+    sending.bytes = RenderRaw(answer, *raw);
+    sending.pausePerByte = raw->pausePerByte;
+    sending.end = raw->end;
+  }
+  sending.done = [connection] { MHD_resume_connection(connection); };
+  return sending;
 }
 
 // The server's own messages; only the one about a failing start is wanted.
@@ -84,8 +149,9 @@ class HttpServer::Daemon {
     address.sin_family = AF_INET;
     address.sin_port = htons(port);
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    m_daemon.reset(MHD_start_daemon(MHD_USE_AUTO_INTERNAL_THREAD | MHD_USE_ERROR_LOG, port, nullptr, nullptr, OnRequest,
-                                    this, MHD_OPTION_EXTERNAL_LOGGER, KeepMessage, &m_message,    //
+    m_daemon.reset(MHD_start_daemon(MHD_USE_AUTO_INTERNAL_THREAD | MHD_USE_ERROR_LOG | MHD_ALLOW_SUSPEND_RESUME, port,
+                                    nullptr, nullptr, OnRequest, this, MHD_OPTION_EXTERNAL_LOGGER, KeepMessage,
+                                    &m_message,                                                   //
                                     MHD_OPTION_SOCK_ADDR, reinterpret_cast<sockaddr*>(&address),  //
                                     MHD_OPTION_CONNECTION_LIMIT, 2 * kMaxOpenConnections,         //
                                     MHD_OPTION_CONNECTION_TIMEOUT, kIdleSeconds,                  //
@@ -96,6 +162,12 @@ class HttpServer::Daemon {
       throw std::runtime_error(m_message.substr(0, m_message.find('\n')));
     }
   }
+
+  // The library wants all its connections back before it stops.
+  ~Daemon() { m_sender.Stop(); }
+
+  Daemon(const Daemon&) = delete;
+  Daemon& operator=(const Daemon&) = delete;
 
   std::uint16_t Port() const { return PortOf(m_daemon.get()); }
 
@@ -111,6 +183,10 @@ class HttpServer::Daemon {
                               const char* data, std::size_t* size, void** state) {
     auto* const daemon = static_cast<Daemon*>(self);
     auto& exchange = *static_cast<Exchange*>(*state);
+    if (exchange.answer) {
+      // Its connection has just come back. After raw bytes there is nothing more to say on it.
+      return exchange.answer->wire.raw ? MHD_NO : Send(connection, *exchange.answer);
+    }
     if (!exchange.hasBegun) {
       return daemon->Begin(connection, method, exchange);
     }
@@ -119,7 +195,12 @@ class HttpServer::Daemon {
 
   // Everything is answered after the body: an answer that comes before would end the connection.
   MHD_Result Begin(MHD_Connection* connection, const char* method, Exchange& exchange) {
-    MarkBusy(connection, true);
+    Connection& entry = EntryOf(connection);
+    Mark(entry, Connection::State::Asking);
+    if (entry.dropsNextRequest) {
+      return MHD_NO;
+    }
+    CallOffIdleClose(entry);
     exchange.hasBegun = true;
     exchange.request.method = method;
     exchange.request.port = PortOf(MHD_get_connection_info(connection, MHD_CONNECTION_INFO_DAEMON)->daemon);
@@ -138,17 +219,54 @@ class HttpServer::Daemon {
     return exchange.received <= kMaxRequestBody + kMaxDiscardedBody ? MHD_YES : MHD_NO;
   }
 
-  MHD_Result Finish(MHD_Connection* connection, const Exchange& exchange) const {
+  MHD_Result Finish(MHD_Connection* connection, Exchange& exchange) {
     if (exchange.received > kMaxRequestBody) {
       return Send(connection, PlainAnswer(MHD_HTTP_CONTENT_TOO_LARGE, "the request is too large"));
     }
-    return Send(connection, m_handler(exchange.request));
+    exchange.answer = m_handler(exchange.request);
+    const WirePlan& wire = exchange.answer->wire;
+    EntryOf(connection).dropsNextRequest = wire.dropsNextRequest;
+    if (wire.raw || wire.delay.count() > 0) {
+      return SendPastLibrary(connection, *exchange.answer);
+    }
+    return Send(connection, *exchange.answer);
+  }
+
+  // The library leaves the connection alone until the sender is done with it; then it asks OnRequest again.
+  MHD_Result SendPastLibrary(MHD_Connection* connection, const HttpAnswer& answer) {
+    Mark(EntryOf(connection), Connection::State::Answered);
+    MHD_suspend_connection(connection);
+    if (!m_sender.Take(MakeSending(connection, answer))) {
+      MHD_resume_connection(connection);
+    }
+    return MHD_YES;
   }
 
   static void OnCompleted(void* self, MHD_Connection* connection, void** state, MHD_RequestTerminationCode) {
     const std::unique_ptr<Exchange> exchange(static_cast<Exchange*>(*state));
     *state = nullptr;
-    static_cast<Daemon*>(self)->MarkBusy(connection, false);
+    Connection& entry = EntryOf(connection);
+    auto* const daemon = static_cast<Daemon*>(self);
+    daemon->Mark(entry, Connection::State::Idle);
+    if (exchange && exchange->answer && exchange->answer->wire.idleClose) {
+      daemon->PlanIdleClose(entry, *exchange->answer->wire.idleClose);
+    }
+  }
+
+  void PlanIdleClose(Connection& entry, std::chrono::milliseconds delay) {
+    entry.idleClose = std::make_shared<std::atomic<bool>>(false);
+    Sending sending;
+    sending.socket = entry.socket;
+    sending.delay = delay;
+    sending.isCalledOff = entry.idleClose;
+    m_sender.Take(std::move(sending));
+  }
+
+  static void CallOffIdleClose(Connection& entry) {
+    if (entry.idleClose) {
+      *entry.idleClose = true;
+      entry.idleClose.reset();
+    }
   }
 
   static void OnConnection(void* self, MHD_Connection* connection, void** context,
@@ -156,49 +274,56 @@ class HttpServer::Daemon {
     auto& connections = static_cast<Daemon*>(self)->m_connections;
     if (code == MHD_CONNECTION_NOTIFY_STARTED) {
       const auto* const info = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD);
-      connections.push_back({info->connect_fd, false});
+      connections.emplace_back();
+      connections.back().socket = info->connect_fd;
       *context = &connections.back();
-      static_cast<Daemon*>(self)->CloseLongestIdle();
+      static_cast<Daemon*>(self)->MakeRoom();
       return;
     }
+    CallOffIdleClose(*static_cast<Connection*>(*context));
     connections.remove_if([context](const Connection& entry) { return &entry == *context; });
   }
 
   // The most recently used connection stands last.
-  void MarkBusy(MHD_Connection* connection, bool isBusy) {
-    const void* const entry = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_SOCKET_CONTEXT)->socket_context;
+  void Mark(Connection& entry, Connection::State state) {
+    entry.state = state;
     for (auto place = m_connections.begin(); place != m_connections.end(); ++place) {
-      if (&*place == entry) {
-        place->isBusy = isBusy;
+      if (&*place == &entry) {
         m_connections.splice(m_connections.end(), m_connections, place);
         return;
       }
     }
   }
 
-  // Clients that keep many connections open without asking anything must not lock others out. The socket is only shut
-  // down here: the server finds it at its end and closes it.
-  void CloseLongestIdle() {
-    if (m_connections.size() <= kMaxOpenConnections) {
-      return;
+  // Clients that keep many connections open without asking anything, or without coming to the end of it, must not lock
+  // others out.
+  void MakeRoom() {
+    if (m_connections.size() > kMaxOpenConnections && !CloseLongest(Connection::State::Idle)) {
+      CloseLongest(Connection::State::Asking);
     }
+  }
+
+  // Returns whether there was one. The socket is only shut down here: the server finds it at its end and closes it.
+  bool CloseLongest(Connection::State state) {
     for (Connection& connection : m_connections) {
-      if (!connection.isBusy && connection.socket >= 0) {
+      if (connection.state == state && connection.socket >= 0) {
         shutdown(connection.socket, SHUT_RDWR);
         connection.socket = -1;
-        return;
+        return true;
       }
     }
+    return false;
   }
 
   const Handler m_handler;
   std::string m_message;
   Connections m_connections;  // used on the daemon's thread only
-  std::unique_ptr<MHD_Daemon, DaemonDeleter> m_daemon;
+  RawSender m_sender;
+  std::unique_ptr<MHD_Daemon, DaemonDeleter> m_daemon;  // uses all the others, and ends first
 };
 
 HttpAnswer PlainAnswer(int status, const std::string& reason) {
-  return {status, "text/plain; charset=utf-8", reason + "\n", {}};
+  return {status, "text/plain; charset=utf-8", reason + "\n", {}, {}};
 }
 
 HttpServer::HttpServer(std::uint16_t port, Handler handler)

@@ -9,11 +9,13 @@
 #include <utility>
 #include <vector>
 
+#include "simcam/wireplan.h"
+
 namespace simcam {
 
 constexpr std::size_t kMaxRequestBody = std::size_t{128} * 1024;  // bytes; more is answered with 413
-constexpr unsigned kMaxOpenConnections = 128;                     // beyond this the longest idle connection is closed
-constexpr unsigned kIdleSeconds = 15;  // a connection without traffic is closed after this time
+constexpr unsigned kMaxOpenConnections = 128;  // beyond this the connection that waited longest is closed
+constexpr unsigned kIdleSeconds = 15;          // a connection without traffic is closed after this time
 
 struct HttpRequest {
   std::string method;
@@ -32,6 +34,7 @@ struct HttpAnswer {
   std::string contentType;
   std::string body;
   std::vector<std::pair<std::string, std::string>> headers;  // besides type and length
+  WirePlan wire;
 };
 
 // A line of text for people, as a refusal below SOAP has it.
