@@ -1,5 +1,6 @@
 #include "camctl/camerafile.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -42,9 +43,16 @@ class TemporaryNeighbour {
   int m_file;
 };
 
+// Whether a new file would take the place of something that is none: a device, a pipe.
+bool IsSpecial(const std::string& path) {
+  struct stat status {};
+  return stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode);
+}
+
 }  // namespace
 
 std::string WriteWhole(const std::string& path, const std::string& text, bool replace) {
+  if (IsSpecial(path)) return "it is no regular file";
   const TemporaryNeighbour file(path);
   if (!file.Fill(text)) return std::strerror(errno);
   // A link, unlike a new name, never replaces a file.

@@ -56,6 +56,15 @@ const std::vector<OptionHelp> kPtzOptions = {
 const std::vector<OptionHelp> kPresetOptions = {
     {"--yes", "", "Let list delete the presets that are not the server's without asking"}};
 
+const std::vector<OptionHelp> kPlayOptions = {
+    {"--stream", "STREAM", "main, which is recorded, or live (main)"},
+    {"--seconds", "N", "How long it is measured, from the first picture on (3)"}};
+
+const std::vector<OptionHelp> kTourOptions = {
+    {"--snapshot", "FILE", "File that the snapshot is written to (snapshot.jpg)"},
+    {"--seconds", "N", "How long each stream is played (3)"},
+    {"--no-play", "", "Do not play the streams"}};
+
 int RunCommand(const Arguments& arguments) {
   const Command& command = FindCommand(arguments.command);
   const Task task = command.prepare(arguments.request);
@@ -82,6 +91,10 @@ const std::vector<Command>& Commands() {
        ShowSteps::Failed,
        &PrepareCaps},
       {{"paths", "Show where the streams and the snapshot are", {}, {}}, ShowSteps::Failed, &Plain<&RunPathsCommand>},
+      {{"play", "Play a stream, and measure what it carries", {}, kPlayOptions}, ShowSteps::Failed, &PreparePlay},
+      {{"snapshot", "Fetch the camera's picture of now into a JPEG file", {"FILE"}, {}},
+       ShowSteps::Failed,
+       &PrepareSnapshot},
       {{"stream", "Set the recording and the live stream", {"set"}, kStreamOptions}, ShowSteps::Failed, &PrepareStream},
       {{"audio", "Choose the audio codec of both streams", {"set AAC|G711|G726"}, {}}, ShowSteps::All, &PrepareAudio},
       {{"ptz",
@@ -96,7 +109,7 @@ const std::vector<Command>& Commands() {
         kPresetOptions},
        ShowSteps::Failed,
        &PreparePreset},
-      {{"tour", "Live through a camera's whole life, step by step", {}, {}}, ShowSteps::All, &Plain<&RunTourCommand>}};
+      {{"tour", "Live through a camera's whole life, step by step", {}, kTourOptions}, ShowSteps::All, &PrepareTour}};
   return commands;
 }
 

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <vector>
 
 #include "camctl/arguments.h"
 #include "camctl/runner.h"
+#include "camctl/tourmedia.h"
 
 namespace camctl {
 
@@ -25,12 +27,20 @@ const std::vector<Command>& Commands();
 void RunTestCommand(Runner& runner);
 void RunInfoCommand(Runner& runner);
 void RunPathsCommand(Runner& runner);
-void RunTourCommand(Runner& runner);
+Task PreparePlay(const Request& request);
+Task PrepareSnapshot(const Request& request);
+Task PrepareTour(const Request& request);
 Task PrepareCaps(const Request& request);
 Task PrepareStream(const Request& request);
 Task PrepareAudio(const Request& request);
 Task PreparePtz(const Request& request);
 Task PreparePreset(const Request& request);
+
+/// How long a stream is to be played, of the option --seconds. Throws UsageError.
+std::chrono::milliseconds ReadPlayTime(const Request& request);
+
+/// The tour itself.
+void RunTour(Runner& runner, const TourOptions& options);
 
 /// Runs the program: everything but the conversion of exceptions.
 /// \return exit status. Throws UsageError and simcam::CameraError.

@@ -81,6 +81,28 @@ OrderedJson SettingJson(const Setting& setting) {
           {"asked", setting.asked},   {"after", setting.after},  {"taken", setting.Taken()}};
 }
 
+OrderedJson PlaybackJson(const Playback& playback) {
+  OrderedJson json = {{"codec", playback.codec},
+                      {"width", playback.width},
+                      {"height", playback.height},
+                      {"frames", playback.frames},
+                      {"seconds", playback.span},
+                      {"frames_per_second", playback.Rate()},
+                      {"first_picture_ms", playback.firstPicture.count()}};
+  if (!playback.audio) return json;
+  const AudioTrack& audio = *playback.audio;
+  json["audio"] = {{"codec", audio.codec}, {"rate", audio.rate}, {"packets", audio.packets}};
+  return json;
+}
+
+void AddPictures(const CameraReport& camera, OrderedJson& json) {
+  for (const auto& [name, playback] : camera.played) json["played"][name] = PlaybackJson(playback);
+  if (!camera.snapshot) return;
+  const SnapshotFile& snapshot = *camera.snapshot;
+  json["snapshot"] = {
+      {"file", snapshot.path}, {"width", snapshot.width}, {"height", snapshot.height}, {"bytes", snapshot.bytes}};
+}
+
 void AddFound(const CameraReport& camera, OrderedJson& json) {
   if (!camera.profiles.empty()) json["profiles"] = camera.profiles;
   if (!camera.capabilities.empty()) json["capabilities"] = camera.capabilities;
@@ -97,6 +119,7 @@ OrderedJson CameraJson(const CameraReport& camera) {
   for (const auto& [name, found] : camera.paths) {
     json["paths"][name] = {{"path", found.path}, {"port", found.port}, {"url", found.url}};
   }
+  AddPictures(camera, json);
   AddFound(camera, json);
   return json;
 }

@@ -1,9 +1,12 @@
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "camctl/player.h"
 
 namespace camctl {
 
@@ -41,6 +44,14 @@ struct Setting {
   bool Taken() const;
 };
 
+/// A snapshot that was fetched and written.
+struct SnapshotFile {
+  std::string path;
+  int width = 0;  ///< pixels
+  int height = 0;
+  std::size_t bytes = 0;
+};
+
 /// What the run learned about the camera.
 struct CameraReport {
   std::string host;
@@ -51,6 +62,8 @@ struct CameraReport {
   std::string profiles;                      ///< tokens of the recording and the live profile; empty: not told
   std::map<std::string, std::string> capabilities;    ///< of the capability report; empty: not told
   std::vector<Setting> streams;                       ///< what was asked of the streams; empty: nothing
+  std::map<std::string, Playback> played;             ///< "recording", "live": what was measured of them
+  std::optional<SnapshotFile> snapshot;               ///< when one was written
   std::optional<std::map<int, std::string>> presets;  ///< numbers and names, when they were listed
 };
 

@@ -45,6 +45,12 @@ bool Runner::RunIfPossible(const Step& step, const std::string& excuse, bool* do
   return true;
 }
 
+void Runner::LeaveOut(const Step& step, const std::string& reason) {
+  ++m_leftOut;
+  m_report.steps.push_back({step.name, step.operation, CAMERA_NOT_SUPPORTED, 0, "left out: " + reason});
+  Show(m_report.steps.back(), "  --  ", Colour::Faint);
+}
+
 bool Runner::Discover() {
   return m_session.Record().count("media_entry") > 0 || Run(kServices);
 }

@@ -40,6 +40,12 @@ class Runner {
   /// \return false when the run failed
   bool RunIfPossible(const Step& step, const std::string& excuse, bool* done = nullptr);
 
+  /// Reports a step that this program cannot do, without running it. It is no failure; its result is 7.
+  void LeaveOut(const Step& step, const std::string& reason);
+
+  /// How many steps were left out.
+  std::size_t LeftOut() const { return m_leftOut; }
+
   /// Finds the services, unless the record of the camera that was given names the media service.
   /// \return whether they are known
   bool Discover();
@@ -69,6 +75,7 @@ class Runner {
   Console& m_console;
   ShowSteps m_show;
   Report m_report;
+  std::size_t m_leftOut = 0;
   int m_failedExchanges = 0;  // of the present step
 };
 

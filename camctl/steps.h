@@ -21,7 +21,7 @@ struct Step {
   const char* name;
   const char* operation;
   std::function<StepOutcome(Session& session)> run;
-  bool local = false;  ///< it asks this machine or its user, not the camera
+  bool local = false;  ///< its failure says nothing about the camera's services, so that there is nothing to diagnose
 };
 
 /// Finds the services of a camera that was never seen, and makes the record for the driver of them.

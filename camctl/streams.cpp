@@ -10,15 +10,6 @@ namespace {
 
 constexpr int kStreamModeOnvif = 1;  // the only STM_PROFILE::nStmMode that such a camera serves
 
-int ReadStream(Session& session, const std::string& token, StreamState& state) {
-  OVF_MED_PROFILE profile;
-  const int result = session.Driver().ConvertOnvifRetToCamApiRet(session.MediaClient().GetProfile(token, profile));
-  const OVF_MED_VDO_CONF& video = profile.VdoConf;
-  state = {token, video.strEncoding, "", video.strFrameRateLimit, video.strQuality};
-  if (!video.strWidth.empty()) state.resolution = video.strWidth + "x" + video.strHeight;
-  return result;
-}
-
 std::string Describe(const StreamState& state) {
   return state.profile + " (" + state.codec + " " + state.resolution + ", " + state.fps + "/s, quality " +
          state.quality + ")";
@@ -75,6 +66,15 @@ int VideoTypeOf(const std::string& codec) {
 std::string CodecOnTheWire(int videoType) {
   constexpr int types = static_cast<int>(std::size(OnvifMediaService::m_rgstrCodec));
   return videoType >= 1 && videoType <= types ? OnvifMediaService::m_rgstrCodec[videoType - 1] : std::string();
+}
+
+int ReadStream(Session& session, const std::string& token, StreamState& state) {
+  OVF_MED_PROFILE profile;
+  const int result = session.Driver().ConvertOnvifRetToCamApiRet(session.MediaClient().GetProfile(token, profile));
+  const OVF_MED_VDO_CONF& video = profile.VdoConf;
+  state = {token, video.strEncoding, "", video.strFrameRateLimit, video.strQuality, profile.AudConf.strEncoding};
+  if (!video.strWidth.empty()) state.resolution = video.strWidth + "x" + video.strHeight;
+  return result;
 }
 
 Step ReadStreams(StreamStates& states) {

@@ -16,6 +16,7 @@ struct StreamState {
   std::string resolution;  ///< "WIDTHxHEIGHT"
   std::string fps;
   std::string quality;  ///< on the camera's scale
+  std::string audio;    ///< codec, as the camera writes it; empty: no sound
 };
 
 /// The recording and the live stream.
@@ -30,6 +31,10 @@ int VideoTypeOf(const std::string& codec);
 
 /// Name of such a number on the wire; empty when it is none.
 std::string CodecOnTheWire(int videoType);
+
+/// Reads what the stream of one profile is set to.
+/// \return result code of the server
+int ReadStream(Session& session, const std::string& profile, StreamState& state);
 
 /// Reads what both streams are set to.
 /// \param[out] states filled in when the step is run; must outlive it

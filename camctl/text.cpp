@@ -97,6 +97,13 @@ std::string HostPort(const std::string& host, int port) {
   return (bareIpv6 ? "[" + host + "]" : host) + ":" + std::to_string(port);
 }
 
+bool IsRequestTarget(const std::string& path) {
+  return !path.empty() && std::none_of(path.begin(), path.end(), [](char byte) {
+    const auto code = static_cast<unsigned char>(byte);
+    return code <= ' ' || code == 0x7FU;
+  });
+}
+
 std::string Duration(double milliseconds) {
   constexpr double second = 1000;
   std::array<char, 32> text{};

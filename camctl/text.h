@@ -28,6 +28,9 @@ std::string PaddedLeft(std::string text, std::size_t columns);
 /// "host:port", with brackets around an IPv6 address.
 std::string HostPort(const std::string& host, int port);
 
+/// Whether `path` can stand in a request line: not empty, no blanks or controls, which would end it early.
+bool IsRequestTarget(const std::string& path);
+
 /// A duration for people: "12.3 ms" below one second, else "10.04 s".
 std::string Duration(double milliseconds);
 

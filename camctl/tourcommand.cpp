@@ -9,7 +9,9 @@
 #include "camctl/presets.h"
 #include "camctl/streams.h"
 #include "camctl/text.h"
+#include "camctl/tourmedia.h"
 #include "camctl/tourplan.h"
+#include "camctl/usageerror.h"
 
 namespace camctl {
 
@@ -40,10 +42,13 @@ void ShowSummary(Runner& runner) {
     total += step.milliseconds;
     passed += step.result == CAMERA_OK ? 1U : 0U;
   }
-  const std::string beyond = std::to_string(steps.size() - passed) + " not supported by this camera";
+  const std::size_t leftOut = runner.LeftOut();
+  const std::size_t beyond = steps.size() - passed - leftOut;
+  std::string text = (passed == steps.size() ? "All " : "") + std::to_string(passed) + " steps passed";
+  if (beyond > 0) text += ", " + std::to_string(beyond) + " not supported by this camera";
+  if (leftOut > 0) text += ", " + std::to_string(leftOut) + " left out";
   runner.GetConsole().Line("");
-  runner.GetConsole().Line((passed == steps.size() ? "All " : "") + std::to_string(passed) + " steps passed" +
-                           (passed == steps.size() ? "" : ", " + beyond) + ", in " + Duration(total) + ".");
+  runner.GetConsole().Line(text + ", in " + Duration(total) + ".");
 }
 
 bool Learn(Runner& runner, Traces& traces) {
@@ -147,10 +152,11 @@ bool TourLens(Runner& runner, Traces& traces) {
 }
 
 // Ends with the camera as it was found, also after a failure.
-bool LeaveAsFound(Runner& runner, Traces& traces) {
+// \param answers whether its services are known to answer, whatever failed
+bool LeaveAsFound(Runner& runner, Traces& traces, bool answers) {
   if (!traces.stateKnown) return true;
   const int result = runner.Result().result;
-  if (result == CAMERA_UNREACHABLE || result == CAMERA_NOT_AUTHORIZED) {
+  if (!answers && (result == CAMERA_UNREACHABLE || result == CAMERA_NOT_AUTHORIZED)) {
     runner.GetConsole().Line("The camera cannot be put back to what it was.");
     return false;
   }
@@ -173,14 +179,28 @@ Step ReportAgain(const Capabilities& first) {
 
 }  // namespace
 
-void RunTourCommand(Runner& runner) {
+void RunTour(Runner& runner, const TourOptions& options) {
   ShowHeading(runner);
   Traces traces;
-  const bool lived = Learn(runner, traces) && TourStreams(runner, traces) && TourAudio(runner, traces) &&
-                     runner.Run({&kRecordingStream, &kLiveStream, &kSnapshot}) && TourLens(runner, traces);
+  TourMedia media(runner, options);
+  const bool lived = Learn(runner, traces) && TourStreams(runner, traces) && TourAudio(runner, traces) && media.Run() &&
+                     TourLens(runner, traces);
   const Capabilities report = runner.GetSession().Camera().capabilities;
-  if (!LeaveAsFound(runner, traces) || !lived) return;
-  if (runner.Run(ReportAgain(report))) ShowSummary(runner);
+  if (!LeaveAsFound(runner, traces, media.FailedBeside()) || !lived) return;
+  if (!runner.Run(ReportAgain(report))) return;
+  ShowSummary(runner);
+  media.Show();
+}
+
+Task PrepareTour(const Request& request) {
+  TourOptions options;
+  options.play = !request.Has("--no-play");
+  if (!options.play && request.Has("--seconds"))
+    throw UsageError("--seconds says how long to play; leave out --no-play");
+  options.playTime = ReadPlayTime(request);
+  options.snapshot = request.Option("--snapshot").value_or(options.snapshot);
+  if (options.snapshot.empty()) throw UsageError("--snapshot needs the name of a file");
+  return [options](Runner& runner) { RunTour(runner, options); };
 }
 
 }  // namespace camctl
