@@ -39,6 +39,10 @@ void AddOptions(CLI::App& app, Arguments& arguments) {
   app.add_option("--sim", arguments.connection.simulated, "Use a simulated camera of this model (ptz-dome)")
       ->type_name("[MODEL]")
       ->expected(0, 1);
+  app.add_option("--quirk", arguments.connection.quirks,
+                 "A misbehaviour of the simulated camera; see simcam --list-quirks")
+      ->type_name("SPEC")
+      ->allow_extra_args(false);
   app.add_flag("--json", arguments.json, "Print one JSON document");
   app.set_version_flag("--version", "camctl " CAMCTL_VERSION, "Print name and version");
 }

@@ -8,6 +8,7 @@
 #include "camctl/secrets.h"
 #include "camctl/usageerror.h"
 #include "camctl/values.h"
+#include "simcam/quirks/quirkset.h"
 
 namespace camctl {
 
@@ -72,6 +73,14 @@ void RefuseBesideSim(const ConnectionOptions& options) {
   }
 }
 
+void CheckQuirks(const std::vector<std::string>& quirks) {
+  try {
+    const simcam::QuirkSet checked(quirks);
+  } catch (const simcam::QuirkError& error) {
+    throw UsageError("--quirk: " + std::string(error.what()));
+  }
+}
+
 std::unique_ptr<simcam::SimCamera> StartCamera(const std::string& model, const simcam::CameraOptions& options) {
   try {
     return std::make_unique<simcam::SimCamera>(simcam::LoadModel(model), options);
@@ -82,13 +91,15 @@ std::unique_ptr<simcam::SimCamera> StartCamera(const std::string& model, const s
 
 Target SimulatedTarget(const ConnectionOptions& options) {
   RefuseBesideSim(options);
-  const simcam::CameraOptions account;
+  CheckQuirks(options.quirks);
+  simcam::CameraOptions camera;
+  camera.quirks = options.quirks;
   const std::string model = options.simulated->empty() ? kDefaultModel : *options.simulated;
   Target target;
   target.connection.simulated = model;
-  target.connection.user = options.user.value_or(account.user);
-  target.connection.password = GivenPassword(options).value_or(account.password);
-  target.camera = StartCamera(model, account);
+  target.connection.user = options.user.value_or(camera.user);
+  target.connection.password = GivenPassword(options).value_or(camera.password);
+  target.camera = StartCamera(model, camera);
   target.connection.host = "127.0.0.1";
   target.connection.port = target.camera->Port();
   return target;
@@ -100,6 +111,7 @@ Target RealTarget(const ConnectionOptions& options) {
   Target target;
   Connection& connection = target.connection;
   connection.host = options.host.value_or(file.host.value_or(""));
+  if (!options.quirks.empty()) throw UsageError("--quirk is for simulated cameras; add --sim");
   if (connection.host.empty()) throw UsageError("no camera given: use --host HOST, --camera FILE or --sim");
   connection.port = options.port ? ReadPort(*options.port) : file.port.value_or(httpPort);
   connection.user = options.user.value_or(file.user.value_or(""));

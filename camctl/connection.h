@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "simcam/simcamera.h"
 
@@ -31,6 +32,7 @@ struct ConnectionOptions {
   std::optional<std::string> timeout;
   std::optional<std::string> passwordFile;
   std::optional<std::string> simulated;  ///< model; an empty text means the default one
+  std::vector<std::string> quirks;       ///< of the simulated camera
 };
 
 /// How to reach one camera.

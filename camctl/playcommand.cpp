@@ -15,8 +15,8 @@ void ShowRow(Console& console, const char* label, const std::string& value) {
   console.Line(PaddedRight(label, columns), Colour::Faint, value);
 }
 
-void ShowPlayback(Console& console, const char* stream, const Playback& playback) {
-  ShowRow(console, "Stream", stream);
+void ShowPlayback(Console& console, const std::string& url, const Playback& playback) {
+  ShowRow(console, "Stream", url);
   ShowRow(console, "Codec", playback.codec);
   ShowRow(console, "Size", std::to_string(playback.width) + "x" + std::to_string(playback.height));
   ShowRow(console, "Frame rate",
@@ -27,10 +27,11 @@ void ShowPlayback(Console& console, const char* stream, const Playback& playback
 }
 
 void RunPlayCommand(Runner& runner, const PlayableStream& stream, std::chrono::milliseconds duration) {
-  if (!runner.Discover() || !runner.LearnProfiles()) return;
+  if (!runner.Discover() || !runner.LearnProfiles() || !runner.Run(stream.address)) return;
   runner.GetConsole().Progress(std::string("  playing ") + stream.name + ", Ctrl-C ends it ...");
   if (!runner.Run(PlayStream(stream, duration, PlayPurpose::Measure))) return;
-  ShowPlayback(runner.GetConsole(), stream.name, runner.GetSession().Camera().played.at(stream.name));
+  const CameraReport& camera = runner.GetSession().Camera();
+  ShowPlayback(runner.GetConsole(), camera.paths.at(stream.name).url, camera.played.at(stream.name));
 }
 
 const PlayableStream& StreamOf(const std::string& name) {

@@ -133,8 +133,9 @@ StepOutcome RunPlay(Session& session, const PlayableStream& stream, std::chrono:
 
 }  // namespace
 
-const PlayableStream kPlayRecording = {"recording", "play recording", "GetPathPort", &ONVIFAPI::GetPathPort, &MainOf};
-const PlayableStream kPlayLive = {"live", "play live", "GetLivePathPort", &ONVIFAPI::GetLivePathPort, &LiveOf};
+const PlayableStream kPlayRecording = {"recording", "play recording", kRecordingStream, &ONVIFAPI::GetPathPort,
+                                       &MainOf};
+const PlayableStream kPlayLive = {"live", "play live", kLiveStream, &ONVIFAPI::GetLivePathPort, &LiveOf};
 
 std::string OneDigit(double number) {
   std::array<char, 32> text{};
@@ -182,7 +183,7 @@ StepOutcome OutcomeOf(const Playback& playback, const PlayRequest& request, Play
 }
 
 Step PlayStream(const PlayableStream& stream, std::chrono::milliseconds duration, PlayPurpose purpose) {
-  return {stream.step, stream.operation,
+  return {stream.step, "RTSP",
           [&stream, duration, purpose](Session& session) { return RunPlay(session, stream, duration, purpose); }, true};
 }
 

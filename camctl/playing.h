@@ -12,9 +12,9 @@ namespace camctl {
 
 /// The recording or the live stream.
 struct PlayableStream {
-  const char* name;       ///< "recording" or "live"
-  const char* step;       ///< name of the step that plays it
-  const char* operation;  ///< of the driver, that tells where it is
+  const char* name;     ///< "recording" or "live"
+  const char* step;     ///< name of the step that plays it
+  const Step& address;  ///< the step that tells where it is
   int (ONVIFAPI::*find)(std::string& path, int& port);
   std::string (*profile)(const std::string& pair);
 };
@@ -29,7 +29,7 @@ enum class PlayPurpose {
   Check,    ///< what was measured must be what the camera says to have set
 };
 
-/// Asks the driver where the stream is, plays it, and puts what was measured into the session's report.
+/// Plays the stream where the driver says it is, and puts what was measured into the session's report.
 Step PlayStream(const PlayableStream& stream, std::chrono::milliseconds duration, PlayPurpose purpose);
 
 /// What a playback means: result code, description, and cause and remedy of a failure.

@@ -115,6 +115,7 @@ bool Runner::Fail(const Step& step, const StepOutcome& outcome) {
   StepReport shown = m_report.steps.back();
   // The cause has a line of its own at the end.
   shown.detail = std::string(step.operation) + " answered " + std::to_string(outcome.result);
+  if (step.local) shown.detail = "failed with result " + std::to_string(outcome.result);
   Show(shown, "  FAIL", Colour::Bad);
   const bool vague = outcome.result == CAMERA_FAILED && !step.local;
   if (vague && &step != &kDiagnosis) Run(kDiagnosis);

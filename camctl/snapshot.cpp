@@ -97,7 +97,7 @@ StepOutcome OutcomeOf(const Fetched& fetched, const FetchRequest& request) {
 }
 
 Step SaveSnapshot(const std::string& file) {
-  return {"snapshot file", "GetShotPathPort", [file](Session& session) { return RunSave(session, file); }, true};
+  return {"snapshot file", "HTTP", [file](Session& session) { return RunSave(session, file); }, true};
 }
 
 }  // namespace camctl

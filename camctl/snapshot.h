@@ -8,7 +8,7 @@
 
 namespace camctl {
 
-/// Asks the driver where the snapshot is, fetches it, and writes it to `file`. Only a whole JPEG picture takes the place
+/// Fetches the snapshot where the driver says it is, and writes it to `file`. Only a whole JPEG picture takes the place
 /// of a file that is there; the session's report then tells of it.
 Step SaveSnapshot(const std::string& file);
 
