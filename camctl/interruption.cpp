@@ -39,17 +39,19 @@ Interruption::~Interruption() {
   g_event = -1;
 }
 
-void Interruption::Wait(std::optional<std::chrono::milliseconds> longest) {
+bool Interruption::Wait(std::optional<std::chrono::milliseconds> longest) {
   using Clock = std::chrono::steady_clock;
   const Clock::time_point end = Clock::now() + longest.value_or(std::chrono::milliseconds(0));
   pollfd event = {g_event, POLLIN, 0};
   int left = longest ? static_cast<int>(longest->count()) : -1;
+  int ready = poll(&event, 1, left);
   // A signal of another kind may end the call early.
-  while (poll(&event, 1, left) < 0 && errno == EINTR) {
-    if (!longest) continue;
+  while (ready < 0 && errno == EINTR) {
     const auto rest = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count();
-    left = rest > 0 ? static_cast<int>(rest) : 0;
+    if (longest) left = rest > 0 ? static_cast<int>(rest) : 0;
+    ready = poll(&event, 1, left);
   }
+  return ready > 0;
 }
 
 }  // namespace camctl

@@ -18,7 +18,8 @@ class Interruption {
   Interruption& operator=(const Interruption&) = delete;
 
   /// Waits for a signal, also one that came already, at most `longest`; without it as long as it takes.
-  void Wait(std::optional<std::chrono::milliseconds> longest);
+  /// \return whether a signal came
+  bool Wait(std::optional<std::chrono::milliseconds> longest);
 
  private:
   static constexpr std::array<int, 3> kSignals = {SIGINT, SIGTERM, SIGHUP};
