@@ -164,6 +164,25 @@ TEST(Picture, SomethingMovesInTheSceneOfAStillCamera) {
   EXPECT_GT(ChangedPixels(before, after, 352, 40, 260), 300) << "cars and the second hand";
 }
 
+TEST(Picture, WhatMovesStaysBehindTheBands) {
+  // The lower band lies over the near lane.
+  const LensPosition lens{0, 0.27, 0};
+  const Pixels first = RenderOnce(352, 288, lens);
+  int moved = 0;
+  for (int step = 1; step <= 10; ++step) {
+    const Pixels later = RenderOnce(352, 288, lens, milliseconds(500) * step);
+    EXPECT_EQ(ChangedPixels(first, later, 352, 272, 288), 0) << step;
+    moved += ChangedPixels(first, later, 352, 262, 272);
+  }
+  EXPECT_GT(moved, 100) << "nothing drove where it could be seen";
+}
+
+TEST(Picture, UpperBandTellsWhereTheLensIs) {
+  const Pixels here = RenderOnce(640, 360, LensPosition{0.100, 0, 0});
+  const Pixels there = RenderOnce(640, 360, LensPosition{0.101, 0, 0});
+  EXPECT_GT(ChangedPixels(here, there, 640, 20, 37), 3);
+}
+
 TEST(Picture, TimeBefore1970IsDrawn) {
   const Pixels before = RenderOnce(352, 288, std::nullopt, -milliseconds(1709208000000 + 86400000));
   EXPECT_GT(ChangedPixels(before, RenderOnce(352, 288, std::nullopt), 352, 0, 16), 10);
@@ -303,6 +322,10 @@ TEST(PictureTexts, LongTextsDoNotReachTheClock) {
   PictureRenderer plain(TextOf(640, 360));
   const Pixels picture = Render(renderer, {kNoon, 99, std::nullopt});
   const Pixels expected = Render(plain, {kNoon, 99, std::nullopt});
+  text.model = "";
+  PictureRenderer nameless(text);
+  EXPECT_GT(ChangedPixels(picture, Render(nameless, {kNoon, 99, std::nullopt}), 640, 0, 18), 10)
+      << "a text that was cut inside of a character stops all that follow it";
   int changed = 0;
   for (int y = 0; y < 18; ++y) {
     for (int x = 480; x < 640; ++x) {
