@@ -47,6 +47,31 @@ std::string PercentEncode(const std::string& text) {
   return encoded;
 }
 
+int HexDigit(char c) {
+  constexpr std::string_view kDigits = "0123456789ABCDEFabcdef";
+  const std::size_t place = kDigits.find(c);
+  return place == std::string_view::npos ? -1 : static_cast<int>(place < 16 ? place : place - 6);
+}
+
+// Nothing when a percent sign is not followed by two hexadecimal digits.
+std::optional<std::string> PercentDecode(std::string_view text) {
+  std::string decoded;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] != '%') {
+      decoded += text[i];
+      continue;
+    }
+    const int high = i + 2 < text.size() ? HexDigit(text[i + 1]) : -1;
+    const int low = i + 2 < text.size() ? HexDigit(text[i + 2]) : -1;
+    if (high < 0 || low < 0) {
+      return std::nullopt;
+    }
+    decoded += static_cast<char>(high * 16 + low);
+    i += 2;
+  }
+  return decoded;
+}
+
 std::string ExpandPath(std::string path, const std::string& profileToken) {
   const std::size_t place = path.find(kPlaceholder);
   return place == std::string::npos ? path : path.replace(place, kPlaceholder.size(), PercentEncode(profileToken));
@@ -77,6 +102,23 @@ std::string StreamUrl(const Endpoint& endpoint, const CameraModel& model, const 
 
 std::string SnapshotUrl(const Endpoint& endpoint, const CameraModel& model, const std::string& profileToken) {
   return HttpUrl(endpoint, ExpandPath(model.snapshotPath, profileToken));
+}
+
+std::optional<std::string> ProfileInTarget(const std::string& path, const std::string& target) {
+  const std::size_t place = path.find(kPlaceholder);
+  if (place == std::string::npos) {
+    return std::nullopt;
+  }
+  const std::string_view before = std::string_view(path).substr(0, place);
+  const std::string_view after = std::string_view(path).substr(place + kPlaceholder.size());
+  const std::string_view whole(target);
+  if (whole.size() <= before.size() + after.size() || whole.substr(0, before.size()) != before ||
+      whole.substr(whole.size() - after.size()) != after) {
+    return std::nullopt;
+  }
+  const std::string_view token = whole.substr(before.size(), whole.size() - before.size() - after.size());
+  // A delimiter would belong to another address.
+  return token.find_first_of("/?&#") == std::string_view::npos ? PercentDecode(token) : std::nullopt;
 }
 
 }  // namespace simcam

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "simcam/model.h"
@@ -23,5 +24,9 @@ std::string HttpUrl(const Endpoint& endpoint, const std::string& path);
 // The RTSP address and the snapshot address of one profile.
 std::string StreamUrl(const Endpoint& endpoint, const CameraModel& model, const std::string& profileToken);
 std::string SnapshotUrl(const Endpoint& endpoint, const CameraModel& model, const std::string& profileToken);
+
+// The profile that an address names: `target` is path and query as they were sent, `path` is the model's with
+// {profile}. Nothing when the target is no such address.
+std::optional<std::string> ProfileInTarget(const std::string& path, const std::string& target);
 
 }  // namespace simcam

@@ -22,6 +22,10 @@ HttpAnswer Front::Answer(const HttpRequest& request) const {
   if (m_dispatcher.HasPath(request.Path())) {
     return request.method == "POST" ? AnswerService(request) : MethodNotAllowed("POST");
   }
+  if (m_snapshots.HasTarget(request.target)) {
+    return request.method == "GET" || request.method == "HEAD" ? m_snapshots.Answer(request)
+                                                               : MethodNotAllowed("GET, HEAD");
+  }
   return PlainAnswer(404, "the camera serves nothing at this address");
 }
 

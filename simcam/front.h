@@ -3,14 +3,15 @@
 
 #include "simcam/dispatcher.h"
 #include "simcam/httpserver.h"
+#include "simcam/snapshots.h"
 
 namespace simcam {
 
 // Safe to use from several threads.
 class Front {
  public:
-  // The dispatcher must outlive the front.
-  explicit Front(const Dispatcher& dispatcher) : m_dispatcher(dispatcher) {}
+  // Dispatcher and snapshots must outlive the front.
+  Front(const Dispatcher& dispatcher, SnapshotService& snapshots) : m_dispatcher(dispatcher), m_snapshots(snapshots) {}
 
   // A target that the camera does not serve is 404, a wrong method 405.
   HttpAnswer Answer(const HttpRequest& request) const;
@@ -19,6 +20,7 @@ class Front {
   HttpAnswer AnswerService(const HttpRequest& request) const;
 
   const Dispatcher& m_dispatcher;
+  SnapshotService& m_snapshots;
 };
 
 }  // namespace simcam

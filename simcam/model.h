@@ -44,6 +44,9 @@ struct StreamStyle {
   bool portInUri = false;  // false: clients learn the RTSP port from the network protocols
 };
 
+// What a client must show before it gets a snapshot: nothing, or HTTP Digest with MD5, with SHA-256, with either.
+enum class HttpAuthentication { None, Digest, DigestSha256, DigestBoth };
+
 struct VideoSourceConfiguration {
   std::string token;
   std::string name;
@@ -210,6 +213,7 @@ struct CameraModel {
   std::vector<NetworkProtocol> protocols;
   StreamStyle stream;
   std::string snapshotPath;  // with {profile}, as in StreamStyle
+  HttpAuthentication snapshotAuthentication = HttpAuthentication::None;
   std::vector<VideoSourceConfiguration> videoSources;
   std::vector<AudioSourceConfiguration> audioSources;
   std::vector<VideoEncoderOptions> videoEncoderOptions;

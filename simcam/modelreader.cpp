@@ -1,8 +1,13 @@
 #include "simcam/modelreader.h"
 
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
 #include "simcam/encoderoptions.h"
 #include "simcam/namespaces.h"
 #include "simcam/objectreader.h"
+#include "simcam/picture.h"
 
 namespace simcam {
 
@@ -70,6 +75,19 @@ StreamStyle ReadStream(ObjectReader object) {
   return stream;
 }
 
+HttpAuthentication ReadAuthentication(ObjectReader& object, const char* key) {
+  if (!object.Has(key)) {
+    return HttpAuthentication::None;
+  }
+  const std::pair<const char*, HttpAuthentication> names[] = {{"none", HttpAuthentication::None},
+                                                              {"digest", HttpAuthentication::Digest},
+                                                              {"digestSha256", HttpAuthentication::DigestSha256},
+                                                              {"digestBoth", HttpAuthentication::DigestBoth}};
+  const std::string name = object.OneOf(key, {names[0].first, names[1].first, names[2].first, names[3].first});
+  return std::find_if(std::begin(names), std::end(names), [&name](const auto& row) { return row.first == name; })
+      ->second;
+}
+
 VideoSourceConfiguration ReadVideoSource(ObjectReader& object) {
   VideoSourceConfiguration source;
   source.token = object.Text("token");
@@ -99,8 +117,10 @@ VideoCodec ReadCodec(ObjectReader& object) {
   return *CodecNamed(object.OneOf("encoding", {"JPEG", "MPEG4", "H264"}));
 }
 
+// Of an encoder, whose pictures are drawn.
 Resolution ReadResolution(ObjectReader& object) {
-  return {object.Integer("width", 1, kMaxPixels), object.Integer("height", 1, kMaxPixels)};
+  return {object.Integer("width", kMinPictureEdge, kMaxPictureEdge),
+          object.Integer("height", kMinPictureEdge, kMaxPictureEdge)};
 }
 
 void RequireCodecProfile(const ObjectReader& object, const char* key, VideoCodec codec, const std::string& profile) {
@@ -144,8 +164,9 @@ VideoEncoderConfiguration ReadVideoEncoder(ObjectReader& object) {
     encoder.codecProfile = object.Text("codecProfile");
     RequireCodecProfile(object, "codecProfile", encoder.codec, encoder.codecProfile);
   }
-  encoder.width = object.Integer("width", 1, kMaxPixels);
-  encoder.height = object.Integer("height", 1, kMaxPixels);
+  const Resolution size = ReadResolution(object);
+  encoder.width = size.width;
+  encoder.height = size.height;
   encoder.quality = object.Number("quality", 0, kMaxQuality);
   encoder.frameRate = object.Integer("frameRate", 1, kMaxFrameRate);
   encoder.bitrate = object.Integer("bitrateKbit", 1, kMaxBitrate);
@@ -326,6 +347,7 @@ CameraModel ReadModel(std::string_view json, const std::string& source) {
   model.protocols = object.List("protocols", ReadProtocol);
   model.stream = ReadStream(object.Object("stream"));
   model.snapshotPath = object.Text("snapshotPath");
+  model.snapshotAuthentication = ReadAuthentication(object, "snapshotAuthentication");
   ReadConfigurations(object, model);
   object.Finish();
   return model;

@@ -44,7 +44,7 @@ struct PictureText {
   std::string codec;    // "H264", "MPEG4", "JPEG"
   int width = 0;        // pixels of the picture
   int height = 0;       // pixels of the picture
-  int frameRate = 0;    // frames per second
+  int frameRate = 0;    // frames per second; 0: not shown
 };
 
 struct PictureMoment {

@@ -212,8 +212,9 @@ void PictureOverlay::DrawStill(cairo_t* context, const std::optional<LensPositio
   DrawText(context, m_text.width - gap - placeWidth, second, place);
   DrawText(context, gap, second, Fitted(context, Drawable(m_text.profile), m_text.width - 3 * gap - placeWidth));
   const double code = static_cast<double>(m_block) * kFrameCodeColumns;
-  const std::string video = Drawable(m_text.codec) + "  " + std::to_string(m_text.width) + "x" +
-                            std::to_string(m_text.height) + "  " + std::to_string(m_text.frameRate) + " fps";
+  const std::string rate = m_text.frameRate > 0 ? "  " + std::to_string(m_text.frameRate) + " fps" : std::string();
+  const std::string video =
+      Drawable(m_text.codec) + "  " + std::to_string(m_text.width) + "x" + std::to_string(m_text.height) + rate;
   DrawText(context, code + gap, BaselineOf(m_text.height - m_bottom, m_bottom, m_fontSize),
            Fitted(context, video, m_text.width - code - 3 * gap - WidthOf(context, "frame 0000000")));
   SetFont(context, m_fontSize, CAIRO_FONT_WEIGHT_BOLD);

@@ -33,7 +33,8 @@ class SimCamera::Parts {
         tokens(options.user, options.password, options.clockWindow),
         quirks(options.quirks),
         dispatcher(model, state, tokens, *clock, quirks),
-        front(dispatcher),
+        snapshots(model, state, *clock, options.user, options.password),
+        front(dispatcher, snapshots),
         server(options.port, [this](const HttpRequest& request) { return front.Answer(request); }) {}
 
   const CameraModel model;
@@ -42,6 +43,7 @@ class SimCamera::Parts {
   TokenChecker tokens;
   QuirkSet quirks;
   const Dispatcher dispatcher;
+  SnapshotService snapshots;
   const Front front;
   HttpServer server;
 };

@@ -118,7 +118,7 @@ void HttpConnection::Send(const std::string& bytes) const {
   }
 }
 
-HttpReply HttpConnection::Receive() const {
+HttpReply HttpConnection::Receive(bool hasBody) const {
   std::string received;
   std::array<char, 4096> bytes{};
   HttpReply reply;
@@ -131,7 +131,7 @@ HttpReply HttpConnection::Receive() const {
         received = reply.body;
         continue;
       }
-      if (reply.body.size() >= ContentLength(reply.head)) {
+      if (!hasBody || reply.body.size() >= ContentLength(reply.head)) {
         reply.status = std::stoi(reply.head.substr(reply.head.find(' ')));
         return reply;
       }
@@ -148,6 +148,12 @@ std::string PostRequest(const std::string& path, const std::string& body, const 
   return "POST " + path + " HTTP/1.1\r\nHost: " + host +
          "\r\nContent-Type: application/soap+xml; charset=utf-8\r\nContent-Length: " + std::to_string(body.size()) +
          "\r\n\r\n" + body;
+}
+
+HttpReply HttpConnection::Get(const std::string& target, const std::string& authorization) const {
+  Send("GET " + target + " HTTP/1.1\r\nHost: 127.0.0.1\r\n" +
+       (authorization.empty() ? std::string() : "Authorization: " + authorization + "\r\n") + "\r\n");
+  return Receive();
 }
 
 HttpReply HttpConnection::Post(const std::string& path, const std::string& body, const std::string& host) const {

@@ -58,8 +58,11 @@ class HttpConnection {
   bool IsOpen() const { return m_socket >= 0; }
   void Send(const std::string& bytes) const;
 
-  // Reads one answer with a Content-Length.
-  HttpReply Receive() const;
+  // Reads one answer with a Content-Length; an answer to HEAD has one without a body.
+  HttpReply Receive(bool hasBody = true) const;
+
+  // `authorization` is the value of that header; empty: none.
+  HttpReply Get(const std::string& target, const std::string& authorization = "") const;
 
   HttpReply Post(const std::string& path, const std::string& body, const std::string& host = "127.0.0.1") const;
 

@@ -19,7 +19,7 @@ constexpr const char* kModel = R"({
   "services": {"device": "/d", "media": "/m", "ptz": "/p"},
   "protocols": [{"name": "HTTP", "enabled": true, "port": 0}, {"name": "RTSP", "enabled": true, "port": 8554}],
   "stream": {"path": "/s/{profile}", "portInUri": true},
-  "snapshotPath": "/j/{profile}",
+  "snapshotPath": "/j/{profile}", "snapshotAuthentication": "digestSha256",
   "videoSourceConfigurations": [{"token": "vs", "name": "n", "source": "s", "width": 640, "height": 480}],
   "audioSourceConfigurations": [{"token": "as", "name": "n", "source": "s"}],
   "videoEncoderOptions": [{"token": "vo", "quality": {"min": 1, "max": 5}, "bitrateKbit": {"min": 64, "max": 1024},
@@ -70,6 +70,7 @@ TEST(ParseModel, ReadsEveryKey) {
   EXPECT_EQ(model.paths.ptz, "/p");
   EXPECT_EQ(model.RtspPort(), 8554);
   EXPECT_TRUE(model.stream.portInUri);
+  EXPECT_EQ(model.snapshotAuthentication, simcam::HttpAuthentication::DigestSha256);
   EXPECT_EQ(model.videoEncoders.at(0).quality, 2.5);
   EXPECT_EQ(model.videoEncoders.at(0).codecProfile, "Main");
   EXPECT_EQ(model.videoEncoders.at(0).options, "vo");
@@ -92,6 +93,19 @@ TEST(ParseModel, ReadsEveryKey) {
   EXPECT_EQ(model.profiles.at(0).Binding(simcam::ConfigurationKind::AudioEncoder), "ae");
   EXPECT_EQ(model.maxProfiles, 4U);
   EXPECT_FALSE(model.createsProfiles);
+}
+
+TEST(ParseModel, SnapshotsNeedNoCredentialsUnlessTheModelSaysSo) {
+  const std::pair<const char*, simcam::HttpAuthentication> cases[] = {
+      {"", simcam::HttpAuthentication::None},
+      {R"("snapshotAuthentication": "none",)", simcam::HttpAuthentication::None},
+      {R"("snapshotAuthentication": "digest",)", simcam::HttpAuthentication::Digest},
+      {R"("snapshotAuthentication": "digestBoth",)", simcam::HttpAuthentication::DigestBoth},
+  };
+  for (const auto& [key, authentication] : cases) {
+    const std::string json = Changed(R"("snapshotAuthentication": "digestSha256",)", key);
+    EXPECT_EQ(simcam::ParseModel(json, "probe.json").snapshotAuthentication, authentication) << key;
+  }
 }
 
 struct NearMiss {
@@ -133,6 +147,14 @@ constexpr NearMiss kNearMisses[] = {
     {R"("name": "RTSP")", R"("name": "HTTPS")", "protocols", "RTSP"},
     {"/s/{profile}", "/s/one", "stream.path", "no {profile}"},
     {"/j/{profile}", "/j j/{profile}", "snapshotPath", "not a path"},
+    {R"("digestSha256")", R"("basic")", "snapshotAuthentication", "not known"},
+    {R"({"width": 640, "height": 480}],
+      "frameRate")",
+     R"({"width": 15, "height": 480}],
+      "frameRate")",
+     "videoEncoderOptions[0].codecs[0].resolutions[0].width", "use 16 to 4096"},
+    {R"("width": 640, "height": 480, "quality")", R"("width": 640, "height": 4097, "quality")",
+     "videoEncoderConfigurations[0].height", "use 16 to 4096"},
     {R"("portInUri": true)", R"("portInUri": 1)", "stream.portInUri", "wrong type"},
     {R"("width": 640)", R"("width": 0)", "videoSourceConfigurations[0].width", "out of range"},
     {R"("vo", "encoding": "H264")", R"("vo", "encoding": "H265")", "videoEncoderConfigurations[0].encoding",
