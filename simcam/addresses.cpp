@@ -95,9 +95,13 @@ std::string HttpUrl(const Endpoint& endpoint, const std::string& path) {
   return "http://" + endpoint.authority + path;
 }
 
+std::string StreamTarget(const CameraModel& model, const std::string& profileToken) {
+  return ExpandPath(model.stream.path, profileToken);
+}
+
 std::string StreamUrl(const Endpoint& endpoint, const CameraModel& model, const std::string& profileToken) {
   const std::string port = model.stream.portInUri ? ":" + std::to_string(model.RtspPort()) : std::string();
-  return "rtsp://" + endpoint.host + port + ExpandPath(model.stream.path, profileToken);
+  return "rtsp://" + endpoint.host + port + StreamTarget(model, profileToken);
 }
 
 std::string SnapshotUrl(const Endpoint& endpoint, const CameraModel& model, const std::string& profileToken) {

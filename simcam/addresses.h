@@ -21,6 +21,9 @@ Endpoint EndpointOf(const std::string& hostHeader, std::uint16_t port);
 
 std::string HttpUrl(const Endpoint& endpoint, const std::string& path);
 
+// Path and query of the RTSP address of one profile.
+std::string StreamTarget(const CameraModel& model, const std::string& profileToken);
+
 // The RTSP address and the snapshot address of one profile.
 std::string StreamUrl(const Endpoint& endpoint, const CameraModel& model, const std::string& profileToken);
 std::string SnapshotUrl(const Endpoint& endpoint, const CameraModel& model, const std::string& profileToken);

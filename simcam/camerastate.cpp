@@ -29,7 +29,7 @@ void Change(std::vector<Item>& items, const std::string& token, const std::funct
 }  // namespace
 
 CameraState::CameraState(const CameraModel& model, const Clock& clock)
-    : m_model(model), m_clock(clock), m_media{model.profiles, model.videoEncoders, model.audioEncoders} {
+    : m_model(model), m_clock(clock), m_media{model.profiles, model.videoEncoders, model.audioEncoders, 1} {
   if (model.ptz) {
     for (const PtzNode& node : model.ptz->nodes) {
       m_units.emplace(node.token, PtzUnit(node));
@@ -72,6 +72,7 @@ Profile CameraState::CreateProfile(const std::string& name, const std::optional<
   profile.token = token ? *token : UnusedToken();
   profile.name = name;
   m_media.profiles.push_back(profile);
+  ++m_media.generation;
   return profile;
 }
 
@@ -82,6 +83,7 @@ void CameraState::DeleteProfile(const std::string& token) {
     throw SoapFault("Sender", {"Action", "DeletionOfFixedProfile"}, "a fixed profile cannot be deleted");
   }
   m_media.profiles.erase(m_media.profiles.begin() + (profile - m_media.profiles.data()));
+  ++m_media.generation;
 }
 
 void CameraState::Bind(const std::string& profile, ConfigurationKind kind, const std::string& configuration) {
@@ -92,6 +94,7 @@ void CameraState::Bind(const std::string& profile, ConfigurationKind kind, const
     throw InvalidArgument("NoConfig", "no configuration of that kind has the token " + configuration);
   }
   found.bindings.at(IndexOf(kind)) = configuration;
+  ++m_media.generation;
 }
 
 void CameraState::Unbind(const std::string& profile, ConfigurationKind kind) {
@@ -101,18 +104,21 @@ void CameraState::Unbind(const std::string& profile, ConfigurationKind kind) {
     throw InvalidArgument("NoConfig", "the profile binds no configuration of that kind");
   }
   binding.clear();
+  ++m_media.generation;
 }
 
 void CameraState::ChangeVideoEncoder(const std::string& token,
                                      const std::function<void(VideoEncoderConfiguration&)>& change) {
   const std::lock_guard<std::mutex> lock(m_mutex);
   Change(m_media.videoEncoders, token, change);
+  ++m_media.generation;
 }
 
 void CameraState::ChangeAudioEncoder(const std::string& token,
                                      const std::function<void(AudioEncoderConfiguration&)>& change) {
   const std::lock_guard<std::mutex> lock(m_mutex);
   Change(m_media.audioEncoders, token, change);
+  ++m_media.generation;
 }
 
 void CameraState::UsePtz(const std::string& profile, const std::function<void(PtzTarget&)>& use) {

@@ -2,6 +2,7 @@
 // and what presets they know.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -38,6 +39,7 @@ struct MediaSnapshot {
   std::vector<Profile> profiles;  // in the order of their creation
   std::vector<VideoEncoderConfiguration> videoEncoders;
   std::vector<AudioEncoderConfiguration> audioEncoders;
+  std::uint64_t generation = 1;  // grows with each change of the above
 };
 
 // Starts as the model says. All operations are safe to call from any thread; each is one step that others see whole.

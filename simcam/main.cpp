@@ -9,6 +9,7 @@
 #include <string>
 
 #include "simcam/quirks/quirkset.h"
+#include "simcam/rtspserver.h"
 #include "simcam/simcamera.h"
 
 namespace {
@@ -30,6 +31,8 @@ struct Arguments {
   std::string model = "ptz-dome";
   std::string passwordFile;
   int port = 0;
+  int rtspPort = 0;
+  bool isWithoutStreams = false;
   int clockWindow = 300;  // seconds
   simcam::CameraOptions camera;
 };
@@ -45,6 +48,10 @@ void Declare(CLI::App& app, Arguments& arguments) {
   app.add_option("--port", arguments.port, "TCP port on 127.0.0.1; 0 picks a free one")
       ->check(CLI::Range(0, kMaxPort))
       ->capture_default_str();
+  app.add_option("--rtsp-port", arguments.rtspPort, "TCP port on 127.0.0.1 for streams; 0 picks a free one")
+      ->check(CLI::Range(0, kMaxPort))
+      ->capture_default_str();
+  app.add_flag("--no-rtsp", arguments.isWithoutStreams, "Serve no streams")->excludes("--rtsp-port");
   app.add_option("--user", arguments.camera.user, "User name of the account")->capture_default_str();
   app.add_option("--password-file", arguments.passwordFile,
                  "File whose first line is the password; else SIMCAM_PASSWORD; else \"simcam\"");
@@ -107,6 +114,15 @@ sigset_t BlockEndSignals() {
   return signals;
 }
 
+// Returns why there will be no streams; empty when there will be.
+std::string DecideOnStreams(Arguments& arguments) {
+  std::string reason = "switched off by --no-rtsp";
+  if (!arguments.isWithoutStreams && simcam::RtspServer::IsAvailable(reason)) {
+    arguments.camera.rtspPort = static_cast<std::uint16_t>(arguments.rtspPort);
+  }
+  return reason;
+}
+
 int Serve(Arguments arguments) {
   simcam::CameraModel model = simcam::LoadModel(arguments.model);
   simcam::QuirkSet(arguments.camera.quirks);  // wrong use is told before the camera starts
@@ -114,9 +130,15 @@ int Serve(Arguments arguments) {
   arguments.camera.port = static_cast<std::uint16_t>(arguments.port);
   arguments.camera.clockWindow = std::chrono::seconds(arguments.clockWindow);
   const sigset_t signals = BlockEndSignals();
+  const std::string noStreams = DecideOnStreams(arguments);
   const simcam::SimCamera camera(std::move(model), arguments.camera);
   std::printf("simcam: %s listening on http://127.0.0.1:%u%s (user %s)\n", camera.Model().name.c_str(),
               unsigned{camera.Port()}, camera.Model().paths.device.c_str(), arguments.camera.user.c_str());
+  if (camera.StreamPort()) {
+    std::printf("simcam: streams on rtsp://127.0.0.1:%u\n", unsigned{*camera.StreamPort()});
+  } else {
+    std::printf("simcam: no streams: %s\n", noStreams.c_str());
+  }
   std::fflush(stdout);
   int signal = 0;
   sigwait(&signals, &signal);

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "simcam/camerastate.h"
+#include "simcam/camerastreams.h"
 #include "simcam/dispatcher.h"
 #include "simcam/front.h"
 #include "simcam/security.h"
@@ -21,13 +22,23 @@ std::shared_ptr<const Clock> ClockOf(const CameraOptions& options) {
   return options.clock ? options.clock : std::make_shared<const Clock>();
 }
 
+// Clients are told the port that is really listened on.
+void TellRtspPort(CameraModel& model, std::uint16_t port) {
+  for (NetworkProtocol& protocol : model.protocols) {
+    if (protocol.name == "RTSP") {
+      protocol.port = port;
+    }
+  }
+}
+
 }  // namespace
 
 // The members refer to those above them; the server, which uses them all, comes last and ends first.
 class SimCamera::Parts {
  public:
   Parts(CameraModel cameraModel, const CameraOptions& options)
-      : model(std::move(cameraModel)),
+      : rtsp(MakeRtspServer(cameraModel, options)),
+        model(std::move(cameraModel)),
         clock(ClockOf(options)),
         state(model, *clock),
         tokens(options.user, options.password, options.clockWindow),
@@ -35,8 +46,23 @@ class SimCamera::Parts {
         dispatcher(model, state, tokens, *clock, quirks),
         snapshots(model, state, *clock, options.user, options.password),
         front(dispatcher, snapshots),
-        server(options.port, [this](const HttpRequest& request) { return front.Answer(request); }) {}
+        server(options.port, [this](const HttpRequest& request) { return Answer(request); }) {
+    RefreshStreams();
+  }
 
+  ~Parts() { Stop(); }
+
+  Parts(const Parts&) = delete;
+  Parts& operator=(const Parts&) = delete;
+
+  void Stop() {
+    server.Stop();
+    if (rtsp) {
+      rtsp->Stop();
+    }
+  }
+
+  const std::unique_ptr<RtspServer> rtsp;  // null: no streams; asks the members below until it is stopped
   const CameraModel model;
   const std::shared_ptr<const Clock> clock;
   CameraState state;
@@ -45,12 +71,48 @@ class SimCamera::Parts {
   const Dispatcher dispatcher;
   SnapshotService snapshots;
   const Front front;
+  CameraStreams streams;
   HttpServer server;
+
+ private:
+  // Also writes into the model where the server listens.
+  std::unique_ptr<RtspServer> MakeRtspServer(CameraModel& cameraModel, const CameraOptions& options) {
+    if (!options.rtspPort) {
+      return nullptr;
+    }
+    RtspOptions rtspOptions;
+    rtspOptions.port = *options.rtspPort;
+    rtspOptions.user = options.user;
+    rtspOptions.password = options.password;
+    const auto moment = [this](const std::string& profile) { return MomentOf(model, state, *clock, profile); };
+    try {
+      auto made = std::make_unique<RtspServer>(rtspOptions, cameraModel.identity.model, moment);
+      TellRtspPort(cameraModel, made->Port());
+      return made;
+    } catch (const std::runtime_error& error) {
+      throw CameraError("cannot stream on 127.0.0.1 port " + std::to_string(rtspOptions.port) + ": " + error.what());
+    }
+  }
+
+  // What a client has changed is streamed before the client is told.
+  HttpAnswer Answer(const HttpRequest& request) {
+    HttpAnswer answer = front.Answer(request);
+    RefreshStreams();
+    return answer;
+  }
+
+  void RefreshStreams() {
+    if (rtsp) {
+      streams.Refresh(*rtsp, model, state);
+    }
+  }
 };
 
 SimCamera::SimCamera(CameraModel model, CameraOptions options) {
   try {
     m_parts = std::make_unique<Parts>(std::move(model), options);
+  } catch (const CameraError&) {
+    throw;
   } catch (const QuirkError& error) {
     throw CameraError(error.what());
   } catch (const std::runtime_error& error) {
@@ -76,8 +138,16 @@ std::uint16_t SimCamera::Port() const {
   return m_parts->server.Port();
 }
 
+std::optional<std::uint16_t> SimCamera::StreamPort() const {
+  return m_parts->rtsp ? std::make_optional(m_parts->rtsp->Port()) : std::nullopt;
+}
+
+std::size_t SimCamera::Viewers() const {
+  return m_parts->rtsp ? m_parts->rtsp->Viewers() : 0;
+}
+
 void SimCamera::Stop() {
-  m_parts->server.Stop();
+  m_parts->Stop();
 }
 
 const CameraModel& SimCamera::Model() const {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -20,6 +21,7 @@ struct CameraOptions {
   std::uint16_t port = 0;                 // 0: the system picks one
   std::chrono::seconds clockWindow{300};  // how far a token's time may be off, both ways
   std::shared_ptr<const Clock> clock;     // null: the system's clock
+  std::optional<std::uint16_t> rtspPort;  // where streams are served; 0: the system picks one; nothing: no streams
   std::vector<std::string> quirks;        // NAME[=VALUE][@OPERATION][#NTH], switched on from the start
 };
 
@@ -32,7 +34,8 @@ class CameraError : public std::runtime_error {
 // All operations are safe to call from any thread, but the end of the object.
 class SimCamera {
  public:
-  // Starts serving on 127.0.0.1. Throws CameraError: the port is in use or not permitted, a quirk is not right.
+  // Starts serving on 127.0.0.1. Throws CameraError: a port is in use or not permitted, a quirk is not right, streams
+  // are asked for and cannot be served here (see RtspServer::IsAvailable).
   explicit SimCamera(CameraModel model, CameraOptions options = CameraOptions());
 
   // Stops serving.
@@ -44,7 +47,14 @@ class SimCamera {
   // The port it listens on, also after Stop().
   std::uint16_t Port() const;
 
-  // Closes the port and all connections; answers nothing any more. Returns within 0.2 seconds. Call it once or often,
+  // The port it streams on, also after Stop(); nothing when it serves no streams. It is also the port that the camera
+  // tells its clients, in place of its model's.
+  std::optional<std::uint16_t> StreamPort() const;
+
+  // How many clients watch streams now.
+  std::size_t Viewers() const;
+
+  // Closes the ports and all connections; answers nothing any more. Returns within 0.2 seconds, with streams 0.7. Call it once or often,
   // from one thread.
   void Stop();
 
