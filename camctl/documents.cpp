@@ -96,7 +96,9 @@ OrderedJson PlaybackJson(const Playback& playback) {
 }
 
 void AddPictures(const CameraReport& camera, OrderedJson& json) {
-  for (const auto& [name, playback] : camera.played) json["played"][name] = PlaybackJson(playback);
+  for (const auto& [name, playback] : camera.played) {
+    if (playback.frames > 0) json["played"][name] = PlaybackJson(playback);
+  }
   if (!camera.snapshot) return;
   const SnapshotFile& snapshot = *camera.snapshot;
   json["snapshot"] = {

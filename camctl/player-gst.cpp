@@ -2,16 +2,18 @@
 
 #include <gst/gst.h>
 #include <gst/rtsp/gstrtspmessage.h>
+#include <gst/sdp/gstsdpmessage.h>
 
 #include <algorithm>
 #include <array>
-#include <cstring>
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <string_view>
 #include <vector>
 
 #include "camctl/player.h"
+#include "camctl/rtspguard.h"
 #include "camctl/text.h"
 
 namespace camctl {
@@ -20,7 +22,9 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t kMostTracks = 8;            // of one stream; further ones are not received
+constexpr int kMostPads = 8;  // of one stream; what comes on further ones is not received
+constexpr int kTries = 2;     // of one request: without credentials, and with them
+constexpr int kUnauthorized = 401;
 constexpr std::size_t kLongestName = 32;          // bytes of a codec's name
 constexpr std::size_t kLongestError = 200;        // bytes of an error's text
 constexpr GstClockTime kTick = 50 * GST_MSECOND;  // between two looks at what was measured
@@ -62,6 +66,26 @@ struct AudioRow {
 constexpr AudioRow kAudio[] = {{"PCMU", "G711"},      {"PCMA", "G711"},         {"G726", "G726"},
                                {"AAL2-G726", "G726"}, {"MPEG4-GENERIC", "AAC"}, {"MP4A-LATM", "AAC"}};
 
+const VideoRow* FindVideo(const std::string& encoding) {
+  for (const VideoRow& row : kVideo) {
+    if (row.encoding == encoding) return &row;
+  }
+  return nullptr;
+}
+
+std::string VideoName(const std::string& encoding) {
+  const VideoRow* const row = FindVideo(encoding);
+  return row == nullptr ? encoding : row->codec;
+}
+
+// The elements that decode; empty when there are none.
+std::string DecodingOf(const std::string& encoding) {
+  const VideoRow* const row = FindVideo(encoding);
+  if (row == nullptr || !HasElement(row->depayloader)) return {};
+  const auto* const decoder = std::find_if(row->decoders.begin(), row->decoders.end(), &HasElement);
+  return decoder == row->decoders.end() ? "" : std::string(row->depayloader) + " ! " + *decoder + " ! ";
+}
+
 std::string AudioName(const std::string& encoding) {
   for (const AudioRow& row : kAudio) {
     if (encoding.compare(0, row.prefix.size(), row.prefix) == 0) return row.codec;
@@ -96,11 +120,12 @@ class Findings {
   }
 
   // The first failure counts.
-  void Fail(PlayResult result, const std::string& error) {
+  void Fail(PlayResult result, const std::string& error, int status = 0) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_found.result != PlayResult::Played) return;
     m_found.result = result;
     m_found.error = error;
+    m_found.status = status;
   }
 
   void CountPicture(GstClockTime time, int width, int height) {
@@ -163,16 +188,17 @@ class Pipeline {
   Playback Run();
 
  private:
+  static void OnDescription(GstElement* source, GstSDPMessage* description, gpointer user);
+  static gboolean OnTrack(GstElement* source, guint number, GstCaps* caps, gpointer user);
   static void OnPad(GstElement* source, GstPad* pad, gpointer user);
-  static void OnAllPads(GstElement* source, gpointer user);
   static gboolean OnRequest(GstElement* source, GstRTSPMessage* message, gpointer user);
   static GstPadProbeReturn OnPicture(GstPad* pad, GstPadProbeInfo* info, gpointer user);
   static GstPadProbeReturn OnSound(GstPad* pad, GstPadProbeInfo* info, gpointer user);
 
-  void Track(GstPad* pad);
-  std::string Decoding(const std::string& encoding);
-  GstElement* Receive(GstPad* pad, const std::string& description);
-  void ReceiveVideo(GstPad* pad, const std::string& encoding);
+  bool Permits(GstRTSPMethod method, const std::string& address);
+  bool Select(const GstCaps* caps);
+  void Receive(GstPad* pad);
+  GstElement* Add(const std::string& description);
   Playback Watch(GstBus* bus);
   Playback Failed(GstMessage* message) const;
   Playback Late() const;
@@ -180,8 +206,8 @@ class Pipeline {
   const PlayRequest& m_request;
   const std::string m_origin;  // that every address of the camera begins with
   Findings m_findings;
-  std::size_t m_tracks = 0;  // of the thread that describes the stream
-  bool m_hasVideo = false;   // the same
+  std::vector<std::pair<GstRTSPMethod, std::string>> m_asked;  // by the one thread that sends requests
+  std::atomic<int> m_pads{0};
   Owned<GstElement> m_pipeline;
 };
 
@@ -205,8 +231,9 @@ Pipeline::Pipeline(const PlayRequest& request)
   // The times that the camera writes, without smoothing.
   gst_util_set_object_arg(G_OBJECT(source), "buffer-mode", "none");
   SetAccount(source, request);
+  g_signal_connect(source, "on-sdp", G_CALLBACK(&Pipeline::OnDescription), this);
+  g_signal_connect(source, "select-stream", G_CALLBACK(&Pipeline::OnTrack), this);
   g_signal_connect(source, "pad-added", G_CALLBACK(&Pipeline::OnPad), this);
-  g_signal_connect(source, "no-more-pads", G_CALLBACK(&Pipeline::OnAllPads), this);
   g_signal_connect(source, "before-send", G_CALLBACK(&Pipeline::OnRequest), this);
 }
 
@@ -214,26 +241,56 @@ Pipeline::~Pipeline() {
   gst_element_set_state(m_pipeline.get(), GST_STATE_NULL);
 }
 
+void Pipeline::OnDescription(GstElement* /*source*/, GstSDPMessage* /*description*/, gpointer user) {
+  static_cast<Pipeline*>(user)->m_findings.SetDescribed();
+}
+
+gboolean Pipeline::OnTrack(GstElement* /*source*/, guint /*number*/, GstCaps* caps, gpointer user) {
+  return static_cast<Pipeline*>(user)->Select(caps) ? TRUE : FALSE;
+}
+
 void Pipeline::OnPad(GstElement* /*source*/, GstPad* pad, gpointer user) {
-  static_cast<Pipeline*>(user)->Track(pad);
+  static_cast<Pipeline*>(user)->Receive(pad);
 }
 
-void Pipeline::OnAllPads(GstElement* /*source*/, gpointer user) {
-  auto* const self = static_cast<Pipeline*>(user);
-  self->m_findings.SetDescribed();
-  if (!self->m_hasVideo) self->m_findings.Fail(PlayResult::NoVideo, "");
-}
-
-// Until the stream is described each address is the one that was asked for, unless the camera sent elsewhere. Later
-// ones are as the camera describes them, but go through the same connection.
 gboolean Pipeline::OnRequest(GstElement* /*source*/, GstRTSPMessage* message, gpointer user) {
-  auto* const self = static_cast<Pipeline*>(user);
-  if (message->type != GST_RTSP_MESSAGE_REQUEST || self->m_findings.Described()) return TRUE;
+  if (message->type != GST_RTSP_MESSAGE_REQUEST) return TRUE;
   const auto& request = message->type_data.request;
-  const bool describes = request.method == GST_RTSP_OPTIONS || request.method == GST_RTSP_DESCRIBE;
-  if (!describes || g_ascii_strncasecmp(request.uri, self->m_origin.c_str(), self->m_origin.size()) == 0) return TRUE;
-  self->m_findings.Fail(PlayResult::Redirected, Shortened(OneLine(request.uri), kLongestError));
-  return FALSE;
+  return static_cast<Pipeline*>(user)->Permits(request.method, request.uri) ? TRUE : FALSE;
+}
+
+bool Pipeline::Permits(GstRTSPMethod method, const std::string& address) {
+  // Later addresses are as the camera describes them, but go through the same connection.
+  const bool elsewhere =
+      !m_findings.Described() && g_ascii_strncasecmp(address.c_str(), m_origin.c_str(), m_origin.size()) != 0;
+  if (elsewhere) m_findings.Fail(PlayResult::Redirected, Shortened(OneLine(address), kLongestError));
+  if (elsewhere) return false;
+  if (method == GST_RTSP_PLAY && m_findings.Found().codec.empty()) m_findings.Fail(PlayResult::NoVideo, "");
+  // The rest is sent again and again to keep the session alive.
+  constexpr auto counted = static_cast<unsigned>(GST_RTSP_DESCRIBE | GST_RTSP_SETUP | GST_RTSP_PLAY);
+  if ((static_cast<unsigned>(method) & counted) == 0) return true;
+  const bool again = std::count(m_asked.begin(), m_asked.end(), std::pair(method, address)) >= kTries;
+  m_asked.emplace_back(method, address);
+  if (again) m_findings.Fail(PlayResult::Refused, "", kUnauthorized);
+  return !again;
+}
+
+// One track of pictures and one of sound; metadata and whatever else there is stays with the camera.
+bool Pipeline::Select(const GstCaps* caps) {
+  const GstStructure* const structure = gst_caps_get_structure(caps, 0);
+  const std::string media = TextField(structure, "media");
+  const std::string encoding = TextField(structure, "encoding-name");
+  const Playback found = m_findings.Found();
+  if (media == "video" && found.codec.empty()) {
+    m_findings.SetVideo(VideoName(encoding));
+    if (DecodingOf(encoding).empty()) m_findings.Fail(PlayResult::NoDecoder, "");
+    return true;
+  }
+  if (media != "audio" || found.audio) return false;
+  AudioTrack track{AudioName(encoding), 0, 0};
+  gst_structure_get_int(structure, "clock-rate", &track.rate);
+  m_findings.SetAudio(track);
+  return true;
 }
 
 GstPadProbeReturn Pipeline::OnPicture(GstPad* pad, GstPadProbeInfo* info, gpointer user) {
@@ -254,61 +311,36 @@ GstPadProbeReturn Pipeline::OnSound(GstPad* /*pad*/, GstPadProbeInfo* /*info*/, 
   return GST_PAD_PROBE_OK;
 }
 
-// The elements that decode; empty when there are none.
-std::string Pipeline::Decoding(const std::string& encoding) {
-  const auto* const row = std::find_if(std::begin(kVideo), std::end(kVideo),
-                                       [&](const VideoRow& candidate) { return candidate.encoding == encoding; });
-  m_findings.SetVideo(row == std::end(kVideo) ? encoding : row->codec);
-  if (row == std::end(kVideo)) return {};
-  const auto* const decoder = std::find_if(row->decoders.begin(), row->decoders.end(), &HasElement);
-  if (decoder == row->decoders.end() || !HasElement(row->depayloader)) return {};
-  return std::string(row->depayloader) + " ! " + *decoder + " ! ";
+// A pad appears with the first packet of its track.
+void Pipeline::Receive(GstPad* pad) {
+  const Owned<GstCaps> caps(gst_pad_get_current_caps(pad));
+  if (!caps || ++m_pads > kMostPads) return;
+  const GstStructure* const structure = gst_caps_get_structure(caps.get(), 0);
+  const bool pictures = TextField(structure, "media") == "video";
+  GstElement* const bin = Add(pictures ? DecodingOf(TextField(structure, "encoding-name")) : "");
+  if (bin == nullptr) return;
+  const Owned<GstElement> sink(gst_bin_get_by_name(GST_BIN(bin), "end"));
+  const Owned<GstPad> end(gst_element_get_static_pad(sink.get(), "sink"));
+  gst_pad_add_probe(end.get(), GST_PAD_PROBE_TYPE_BUFFER, pictures ? &Pipeline::OnPicture : &Pipeline::OnSound,
+                    &m_findings, nullptr);
+  gst_element_sync_state_with_parent(bin);
+  const Owned<GstPad> entry(gst_element_get_static_pad(bin, "sink"));
+  if (gst_pad_link(pad, entry.get()) != GST_PAD_LINK_OK) m_findings.Fail(PlayResult::Broken, "a track has no format");
 }
 
-// Adds elements behind a pad; the last of them is a sink that keeps nothing.
-GstElement* Pipeline::Receive(GstPad* pad, const std::string& description) {
+// Adds elements, of which the last is a sink that keeps nothing; the bin of them, null when an element is missing.
+GstElement* Pipeline::Add(const std::string& description) {
   GError* error = nullptr;
   GstElement* const bin =
       gst_parse_bin_from_description_full((description + "fakesink name=end sync=false async=false").c_str(), TRUE,
                                           nullptr, GST_PARSE_FLAG_FATAL_ERRORS, &error);
   const Owned<GError> owned(error);
-  if (bin == nullptr) {
+  if (bin != nullptr) {
+    gst_bin_add(GST_BIN(m_pipeline.get()), bin);
+  } else {
     m_findings.Fail(PlayResult::NoDecoder, Shortened(OneLine(error->message), kLongestError));
-    return nullptr;
   }
-  gst_bin_add(GST_BIN(m_pipeline.get()), bin);
-  const Owned<GstPad> entry(gst_element_get_static_pad(bin, "sink"));
-  if (gst_pad_link(pad, entry.get()) != GST_PAD_LINK_OK) m_findings.Fail(PlayResult::Broken, "a track has no format");
   return bin;
-}
-
-void Pipeline::ReceiveVideo(GstPad* pad, const std::string& encoding) {
-  m_hasVideo = true;
-  const std::string decoding = Decoding(encoding);
-  if (decoding.empty()) return m_findings.Fail(PlayResult::NoDecoder, "");
-  GstElement* const bin = Receive(pad, decoding);
-  if (bin == nullptr) return;
-  const Owned<GstElement> sink(gst_bin_get_by_name(GST_BIN(bin), "end"));
-  const Owned<GstPad> end(gst_element_get_static_pad(sink.get(), "sink"));
-  gst_pad_add_probe(end.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::OnPicture, &m_findings, nullptr);
-  gst_element_sync_state_with_parent(bin);
-}
-
-void Pipeline::Track(GstPad* pad) {
-  const Owned<GstCaps> caps(gst_pad_get_current_caps(pad));
-  if (!caps || ++m_tracks > kMostTracks) return;
-  const GstStructure* const structure = gst_caps_get_structure(caps.get(), 0);
-  const std::string media = TextField(structure, "media");
-  const std::string encoding = TextField(structure, "encoding-name");
-  if (media == "video" && !m_hasVideo) return ReceiveVideo(pad, encoding);
-  if (media == "audio" && !m_findings.Found().audio) {
-    AudioTrack track{AudioName(encoding), 0, 0};
-    gst_structure_get_int(structure, "clock-rate", &track.rate);
-    m_findings.SetAudio(track);
-    gst_pad_add_probe(pad, GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::OnSound, &m_findings, nullptr);
-  }
-  GstElement* const bin = Receive(pad, "");
-  if (bin != nullptr) gst_element_sync_state_with_parent(bin);
 }
 
 Playback Pipeline::Run() {
@@ -324,14 +356,23 @@ Playback With(Playback found, PlayResult result, const std::string& error) {
   return found;
 }
 
+// The end of all tracks; before there are any, a closed connection shows as a warning only.
+bool IsEnd(GstMessage* message) {
+  if (GST_MESSAGE_TYPE(message) != GST_MESSAGE_WARNING) return GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS;
+  GError* warning = nullptr;
+  gst_message_parse_warning(message, &warning, nullptr);
+  const Owned<GError> owned(warning);
+  return g_error_matches(warning, GST_RESOURCE_ERROR, GST_RESOURCE_ERROR_READ) != FALSE;
+}
+
 Playback Pipeline::Watch(GstBus* bus) {
-  constexpr auto wanted = static_cast<GstMessageType>(GST_MESSAGE_ERROR | GST_MESSAGE_EOS);
+  constexpr auto wanted = static_cast<GstMessageType>(GST_MESSAGE_ERROR | GST_MESSAGE_WARNING | GST_MESSAGE_EOS);
   for (;;) {
     const Owned<GstMessage> message(gst_bus_timed_pop_filtered(bus, kTick, wanted));
     const Playback found = m_findings.Found();
     if (found.result != PlayResult::Played || m_findings.Complete(m_request.duration)) return found;
-    if (message && GST_MESSAGE_TYPE(message.get()) == GST_MESSAGE_EOS) return With(found, PlayResult::Ended, "");
-    if (message) return Failed(message.get());
+    if (message && IsEnd(message.get())) return With(found, PlayResult::Ended, "");
+    if (message && GST_MESSAGE_TYPE(message.get()) == GST_MESSAGE_ERROR) return Failed(message.get());
     if (m_request.cancelled && m_request.cancelled()) return With(found, PlayResult::Interrupted, "");
     if (m_findings.Overdue(m_request.patience)) return Late();
   }
@@ -347,8 +388,10 @@ struct StatusRow {
   PlayResult result;
 };
 
-constexpr StatusRow kStatuses[] = {
-    {401, PlayResult::Refused}, {403, PlayResult::Refused}, {404, PlayResult::NotFound}, {410, PlayResult::NotFound}};
+constexpr StatusRow kStatuses[] = {{kUnauthorized, PlayResult::Refused},
+                                   {403, PlayResult::Refused},
+                                   {404, PlayResult::NotFound},
+                                   {410, PlayResult::NotFound}};
 
 PlayResult FromStatus(int status) {
   for (const StatusRow& row : kStatuses) {
@@ -390,7 +433,7 @@ Playback Pipeline::Failed(GstMessage* message) const {
 }
 
 bool Initialised() {
-  static const bool done = gst_init_check(nullptr, nullptr, nullptr) != FALSE;
+  static const bool done = gst_init_check(nullptr, nullptr, nullptr) != FALSE && RegisterRtspGuard();
   return done;
 }
 

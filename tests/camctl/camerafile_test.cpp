@@ -62,5 +62,12 @@ TEST_F(WriteWholeTest, FolderInPlaceOfTheFileIsTold) {
   EXPECT_EQ(Files(), 1);
 }
 
+TEST_F(WriteWholeTest, WhatIsNoFileIsNotReplaced) {
+  ASSERT_EQ(mkfifo(Path().c_str(), 0600), 0);
+  EXPECT_EQ(WriteWhole(Path(), "one", true), "it is no regular file");
+  EXPECT_TRUE(fs::is_fifo(Path()));
+  EXPECT_EQ(Files(), 1);
+}
+
 }  // namespace
 }  // namespace camctl

@@ -137,6 +137,19 @@ TEST_F(RunnerTest, StepBeyondTheCameraIsNoFailureAndKeepsItsResult) {
   EXPECT_EQ(report.steps.at(2).detail, "done");
 }
 
+TEST_F(RunnerTest, StepThatIsLeftOutIsNoFailureAndIsNotRun) {
+  Session session(m_connection);
+  Runner runner(session, m_console, ShowSteps::All);
+  runner.LeaveOut(kRefused, "nothing to do it with");
+  EXPECT_EQ(runner.LeftOut(), 1U);
+  const Report report = runner.Finish();
+  EXPECT_EQ(report.result, 0);
+  ASSERT_EQ(report.steps.size(), 1U);
+  EXPECT_EQ(report.steps.front().step, "refused");
+  EXPECT_EQ(report.steps.front().result, 7);
+  EXPECT_EQ(report.steps.front().detail, "left out: nothing to do it with");
+}
+
 TEST_F(RunnerTest, FailureWithoutExcuseIsAFailure) {
   Session session(m_connection);
   Runner runner(session, m_console, ShowSteps::All);

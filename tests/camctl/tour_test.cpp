@@ -7,6 +7,7 @@
 #include "camctl/presets.h"
 #include "camctl/text.h"
 #include "tests/camctl/session_fixture.h"
+#include "tests/camctl/temporary_file.h"
 
 namespace camctl {
 namespace {
@@ -49,7 +50,11 @@ TEST_P(Tour, PassesAndLeavesTheCameraAsItWas) {
   Console console(true);
   Session session(live.GetConnection());
   Runner runner(session, console, ShowSteps::All);
-  RunTourCommand(runner);
+  const TemporaryFile snapshot("");
+  TourOptions options;
+  options.play = false;
+  options.snapshot = snapshot.Path();
+  RunTour(runner, options);
   const Report report = runner.Finish();
   EXPECT_EQ(report.result, 0) << report.cause.cause;
   EXPECT_EQ(report.steps.back().step, "report again");
