@@ -427,8 +427,10 @@ Playback Pipeline::Failed(GstMessage* message) const {
   guint status = 0;
   if (details != nullptr) gst_structure_get_uint(details, "rtsp-status-code", &status);
   Playback found = With(m_findings.Found(), FromError(error, m_findings.Described()), ReasonOf(error, debug));
+  if (status < 400) return found;
   found.status = static_cast<int>(status);
-  if (status >= 400) found.result = FromStatus(found.status);
+  found.result = FromStatus(found.status);
+  found.error = Shortened(OneLine(error->message), kLongestError);
   return found;
 }
 
