@@ -92,8 +92,7 @@ PlayRequest RequestFor(const Session& session, const std::string& path, int port
   return request;
 }
 
-Playback PlayInterruptibly(PlayRequest request) {
-  Interruption interruption;
+Playback PlayInterruptibly(PlayRequest request, Interruption& interruption) {
   request.cancelled = [&interruption] { return interruption.Wait(std::chrono::milliseconds(0)); };
   return Play(request);
 }
@@ -117,13 +116,14 @@ StepOutcome Checked(Session& session, const PlayableStream& stream, const Playba
 
 StepOutcome RunPlay(Session& session, const PlayableStream& stream, std::chrono::milliseconds duration,
                     PlayPurpose purpose) {
+  Interruption interruption;  // first of all: from when the step is shown, Ctrl-C ends it
   std::string path;
   int port = 0;
   const int found = (session.Driver().*stream.find)(path, port);
   if (found != CAMERA_OK) return {found, "", {}};
   if (!IsRequestTarget(path)) return NoPath(path);
   const PlayRequest request = RequestFor(session, path, port, duration);
-  Playback playback = PlayInterruptibly(request);
+  Playback playback = PlayInterruptibly(request, interruption);
   playback.error = session.WithoutPassword(playback.error);
   session.Camera().played[stream.name] = playback;
   StepOutcome outcome = OutcomeOf(playback, request, purpose);

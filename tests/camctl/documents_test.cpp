@@ -103,6 +103,26 @@ TEST(JsonText, WhatTheCommandsFoundIsPartOfTheCamera) {
       "presets": {"3": "qarn3"}})"));
 }
 
+TEST(JsonText, WhatWasPlayedAndWrittenIsPartOfTheCamera) {
+  Report report;
+  Playback& playback = report.camera.played["live"];
+  playback.codec = "H264";
+  playback.width = 352;
+  playback.height = 288;
+  playback.frames = 11;
+  playback.span = 2;
+  playback.firstPicture = std::chrono::milliseconds(120);
+  playback.audio = AudioTrack{"AAC", 16000, 40};
+  report.camera.played["recording"].result = PlayResult::NoConnection;
+  report.camera.snapshot = SnapshotFile{"shot.jpg", 352, 288, 12345};
+  EXPECT_EQ(nlohmann::json::parse(JsonText(report)).at("camera"), nlohmann::json::parse(R"({
+      "host": "", "port": 0,
+      "played": {"live": {"codec": "H264", "width": 352, "height": 288, "frames": 11, "seconds": 2.0,
+                          "frames_per_second": 5.0, "first_picture_ms": 120,
+                          "audio": {"codec": "AAC", "rate": 16000, "packets": 40}}},
+      "snapshot": {"file": "shot.jpg", "width": 352, "height": 288, "bytes": 12345}})"));
+}
+
 TEST(JsonText, EmptyListOfPresetsIsNotTheSameAsNone) {
   Report report;
   EXPECT_FALSE(nlohmann::json::parse(JsonText(report)).at("camera").contains("presets"));

@@ -21,6 +21,8 @@ USER = "admin"
 PASSWORD = "simcam"
 SKIPPED = 77
 
+FOLDER = tempfile.TemporaryDirectory(prefix="camapi-")  # the programs run in it, and leave their files there
+
 READY_S = 30  # longest wait for a program to be ready, generous for instrumented builds
 RUN_S = 60
 
@@ -45,7 +47,7 @@ def environment(**changes):
 def run(program, *arguments, **variables):
     """Runs a program without terminal to its end; returns its status and what it printed."""
     return subprocess.run([program, *arguments], env=environment(**variables), stdin=subprocess.DEVNULL,
-                          start_new_session=True, capture_output=True, text=True, timeout=RUN_S, check=False)
+                          cwd=FOLDER.name, start_new_session=True, capture_output=True, text=True, timeout=RUN_S, check=False)
 
 
 def camctl(*arguments, **variables):
@@ -74,6 +76,7 @@ def on_terminal(arguments, prompt=None, typed=b"", **variables):
     terminal showed."""
     pid, terminal = pty.fork()
     if pid == 0:
+        os.chdir(FOLDER.name)
         os.execve(CAMCTL, [CAMCTL, *arguments], environment(**variables))
     shown = b""
     while select.select([terminal], [], [], RUN_S)[0]:

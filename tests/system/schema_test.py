@@ -27,7 +27,7 @@ def check(*arguments):
 class Schema(unittest.TestCase):
     def answers_of_a_tour(self, model):
         with programs.Camera(model) as camera, relay.Relay(camera.port) as between:
-            done = programs.camctl("tour", "--host", "127.0.0.1", "--port", str(between.port), "--user", "admin",
+            done = programs.camctl("tour", "--no-play", "--host", "127.0.0.1", "--port", str(between.port), "--user", "admin",
                                    CAMCTL_PASSWORD=programs.PASSWORD)
             self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
             return [answer for _, answer in between.answers]

@@ -13,7 +13,7 @@ class Valgrind(unittest.TestCase):
         variables.pop("LD_PRELOAD", None)  # the tour of a healthy camera does not pause
         done = subprocess.run(
             ["valgrind", "--quiet", "--leak-check=full", "--show-leak-kinds=definite,indirect",
-             "--errors-for-leak-kinds=definite,indirect", "--error-exitcode=99", programs.CAMCTL, "tour", "--sim"],
+             "--errors-for-leak-kinds=definite,indirect", "--error-exitcode=99", programs.CAMCTL, "tour", "--sim", "--no-play"],
             env=variables, stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=programs.RUN_S, check=False)
         self.assertEqual((done.returncode, done.stderr), (0, ""), done.stdout)
 
