@@ -3,6 +3,7 @@
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <openssl/evp.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -107,14 +108,32 @@ HttpConnection::~HttpConnection() {
   }
 }
 
-void HttpConnection::Send(const std::string& bytes) const {
+std::size_t HttpConnection::Send(const std::string& bytes) const {
   std::size_t sent = 0;
   while (sent < bytes.size()) {
     const ssize_t count = send(m_socket, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
     if (count <= 0) {
-      return;
+      break;
     }
     sent += static_cast<std::size_t>(count);
+  }
+  return sent;
+}
+
+HttpConnection::Everything HttpConnection::ReceiveAll(std::chrono::milliseconds patience) const {
+  Everything received;
+  std::array<char, 4096> bytes{};
+  for (;;) {
+    pollfd watched{m_socket, POLLIN, 0};
+    if (poll(&watched, 1, static_cast<int>(patience.count())) <= 0) {
+      return received;
+    }
+    const ssize_t count = recv(m_socket, bytes.data(), bytes.size(), 0);
+    if (count <= 0) {
+      received.end = count == 0 ? End::Closed : End::Reset;
+      return received;
+    }
+    received.bytes.append(bytes.data(), static_cast<std::size_t>(count));
   }
 }
 

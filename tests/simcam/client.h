@@ -56,7 +56,16 @@ class HttpConnection {
   HttpConnection& operator=(const HttpConnection&) = delete;
 
   bool IsOpen() const { return m_socket >= 0; }
-  void Send(const std::string& bytes) const;
+  // Returns how many bytes the system took before the connection ended.
+  std::size_t Send(const std::string& bytes) const;
+
+  // Whatever comes until the connection ends, or until nothing has come for a while.
+  enum class End { Closed, Reset, Silent };
+  struct Everything {
+    std::string bytes;
+    End end = End::Silent;
+  };
+  Everything ReceiveAll(std::chrono::milliseconds patience) const;
 
   // Reads one answer with a Content-Length; an answer to HEAD has one without a body.
   HttpReply Receive(bool hasBody = true) const;
