@@ -14,6 +14,10 @@ namespace {
 
 constexpr Service kServices[] = {Service::Device, Service::Media, Service::Ptz};
 
+constexpr const char* kRefusalPage =
+    "<!DOCTYPE html>\n<html><head><title>401 Unauthorized</title></head>"
+    "<body><h1>Unauthorized</h1><p>Please log in.<br></body></html>\n";
+
 bool IsPtzNamespace(std::string_view nameSpace) {
   return nameSpace == ns::kPtz10 || nameSpace == ns::kPtz20;
 }
@@ -90,7 +94,7 @@ struct Dispatcher::Question {
 
 Dispatcher::Dispatcher(const CameraModel& model, CameraState& state, TokenChecker& tokens, const Clock& clock,
                        QuirkSet& quirks)
-    : m_model(model), m_state(state), m_tokens(tokens), m_clock(clock), m_quirks(quirks), m_start(clock.UtcNow()) {}
+    : m_model(model), m_state(state), m_clock(clock), m_quirks(quirks), m_start(clock.UtcNow()), m_guard(tokens) {}
 
 bool Dispatcher::HasPath(std::string_view path) const {
   return !path.empty() && std::any_of(std::begin(kServices), std::end(kServices),
@@ -107,17 +111,39 @@ SoapAnswer Dispatcher::Answer(std::string_view path, const Endpoint& endpoint, s
   const std::string operation = question.OperationName();
   const CallQuirks quirks = m_quirks.ForCall(operation);
   SoapAnswer answer = Judge(question, quirks.Rules());
-  answer.body = quirks.Bend(operation, std::move(answer.body));
+  if (answer.contentType == kSoapType) {
+    answer.body = quirks.Bend(operation, std::move(answer.body));
+  }
   answer.wire = quirks.Wire();
   return answer;
 }
 
 SoapAnswer Dispatcher::Judge(const Question& question, const CallRules& rules) const {
+  ++m_requests;
   try {
     return {200, Run(question, rules), {}};
   } catch (const SoapFault& fault) {
-    return {fault.HttpStatus(), fault.Message(), {}};
+    return AnswerFault(fault, rules.access.refusal);
   }
+}
+
+SoapAnswer Dispatcher::AnswerFault(const SoapFault& fault, const RefusalRules& rules) const {
+  const bool isRefusal = !fault.Subcodes().empty() && fault.Subcodes().front() == kNotAuthorized;
+  ++(isRefusal ? m_refused : m_faults);
+  SoapAnswer answer{fault.HttpStatus(), fault.Message(), {}};
+  if (!isRefusal) {
+    return answer;
+  }
+  answer.httpStatus = rules.status.value_or(answer.httpStatus);
+  if (rules.body != RefusalRules::Body::Fault) {
+    answer.contentType = "text/html";
+    answer.body = rules.body == RefusalRules::Body::Page ? kRefusalPage : "";
+  }
+  return answer;
+}
+
+CallCounts Dispatcher::Counts() const {
+  return {m_requests, m_refused, m_faults, m_guard.WrongTries()};
 }
 
 std::string Dispatcher::Run(const Question& question, const CallRules& rules) const {
@@ -127,7 +153,7 @@ std::string Dispatcher::Run(const Question& question, const CallRules& rules) co
   const SoapRequest& request = *question.request;
   const Operation& operation = FindOperation(question.path, request);
   const BentClock clock(m_clock, m_start, rules.clock);
-  CheckAccess(operation, request, clock, rules.access);
+  m_guard.Check(operation, request.Security(), clock, rules.access);
   if (rules.fault) {
     throw SoapFault(*rules.fault);
   }
@@ -152,17 +178,6 @@ const Operation& Dispatcher::FindOperation(std::string_view path, const SoapRequ
                              std::string(path));
   }
   return *found;
-}
-
-void Dispatcher::CheckAccess(const Operation& operation, const SoapRequest& request, const Clock& clock,
-                             const AccessRules& rules) const {
-  const TokenVerdict verdict = m_tokens.Check(request.Security(), clock.UtcNow(), rules.token);
-  if (verdict == TokenVerdict::Missing && operation.access == Access::Open && !rules.opensNothing) {
-    return;
-  }
-  if (verdict != TokenVerdict::Accepted) {
-    throw SoapFault("Sender", {"NotAuthorized"}, std::string("Sender not authorized: ") + Describe(verdict));
-  }
 }
 
 }  // namespace simcam

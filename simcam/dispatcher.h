@@ -1,10 +1,14 @@
 // From the text of a request to the text of the answer.
 #pragma once
 
+#include <atomic>
+#include <chrono>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "simcam/access.h"
 #include "simcam/camerastate.h"
 #include "simcam/quirks/quirkset.h"
 #include "simcam/security.h"
@@ -12,10 +16,21 @@
 
 namespace simcam {
 
+constexpr const char* kSoapType = "application/soap+xml; charset=utf-8";
+
 struct SoapAnswer {
   int httpStatus = 200;
   std::string body;
   WirePlan wire;
+  std::string contentType = kSoapType;
+};
+
+// Since the camera started.
+struct CallCounts {
+  std::uint64_t requests = 0;
+  std::uint64_t refused = 0;     // of the requests, for want of right credentials
+  std::uint64_t faults = 0;      // of the requests, for another reason
+  std::uint64_t wrongTries = 0;  // credentials that were sent and not right
 };
 
 // All operations that the simulated camera knows, whatever the model.
@@ -33,6 +48,8 @@ class Dispatcher {
   // True when a service of the camera lives at the path.
   bool HasPath(std::string_view path) const;
 
+  CallCounts Counts() const;
+
   // Answers a request that came to `path`. Whatever is wrong with it becomes a fault. The quirks that are switched on
   // for the operation bend the answer; a request without an operation counts as one with an empty name.
   SoapAnswer Answer(std::string_view path, const Endpoint& endpoint, std::string_view body) const;
@@ -42,17 +59,19 @@ class Dispatcher {
   struct Question;
 
   SoapAnswer Judge(const Question& question, const CallRules& rules) const;
+  SoapAnswer AnswerFault(const SoapFault& fault, const RefusalRules& rules) const;
   std::string Run(const Question& question, const CallRules& rules) const;
   const Operation& FindOperation(std::string_view path, const SoapRequest& request) const;
-  void CheckAccess(const Operation& operation, const SoapRequest& request, const Clock& clock,
-                   const AccessRules& rules) const;
 
   const CameraModel& m_model;
   CameraState& m_state;
-  TokenChecker& m_tokens;
   const Clock& m_clock;
   QuirkSet& m_quirks;
   const std::chrono::system_clock::time_point m_start;
+  mutable AccessGuard m_guard;
+  mutable std::atomic<std::uint64_t> m_requests{0};
+  mutable std::atomic<std::uint64_t> m_refused{0};
+  mutable std::atomic<std::uint64_t> m_faults{0};
 };
 
 }  // namespace simcam

@@ -8,8 +8,6 @@ namespace simcam {
 
 namespace {
 
-constexpr const char* kSoapType = "application/soap+xml; charset=utf-8";
-
 HttpAnswer MethodNotAllowed(const char* allowed) {
   HttpAnswer answer = PlainAnswer(405, std::string("only ") + allowed + " is served");
   answer.headers.emplace_back("Allow", allowed);
@@ -31,7 +29,7 @@ HttpAnswer Front::Answer(const HttpRequest& request) const {
 
 HttpAnswer Front::AnswerService(const HttpRequest& request) const {
   SoapAnswer answer = m_dispatcher.Answer(request.Path(), EndpointOf(request.host, request.port), request.body);
-  HttpAnswer shaped{answer.httpStatus, kSoapType, std::move(answer.body), {}, std::move(answer.wire)};
+  HttpAnswer shaped{answer.httpStatus, std::move(answer.contentType), std::move(answer.body), {}, std::move(answer.wire)};
   ShapeAnswer(shaped, request);
   return shaped;
 }

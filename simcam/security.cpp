@@ -17,6 +17,9 @@ namespace {
 constexpr const char* kDigestType =
     "http://docs.oasis-open.org/wss/2004/01/oasis-200401-wss-username-token-profile-1.0#PasswordDigest";
 
+constexpr const char* kPlainTextType =
+    "http://docs.oasis-open.org/wss/2004/01/oasis-200401-wss-username-token-profile-1.0#PasswordText";
+
 constexpr std::size_t kDigestSize = 20;
 constexpr std::size_t kMaxBase64Length = 1024;
 
@@ -55,6 +58,33 @@ bool IsDigestOf(const std::string& claimed, const Digest& expected) {
   return bytes && bytes->size() == kDigestSize && CRYPTO_memcmp(bytes->data(), expected.data(), kDigestSize) == 0;
 }
 
+// The parts of a UsernameToken as they are written.
+struct TokenText {
+  std::string user;
+  std::string password;
+  std::string nonce;
+  std::string created;
+  std::optional<std::string> type;  // of the password; nothing when there is no password
+};
+
+TokenText ReadToken(const XmlElement& element) {
+  TokenText token;
+  const XmlElement password = element.Child(ns::kSecurity, "Password");
+  token.user = element.Child(ns::kSecurity, "Username").RawText();
+  token.password = password.Text();
+  token.nonce = element.Child(ns::kSecurity, "Nonce").Text();
+  token.created = element.Child(ns::kSecurityUtility, "Created").Text();
+  if (password.Exists()) {
+    token.type = password.Attribute("Type").value_or("");
+  }
+  return token;
+}
+
+bool HasRightFraction(const std::string& created, TokenRules::Fraction wanted) {
+  const bool hasFraction = created.find('.') != std::string::npos;
+  return wanted == TokenRules::Fraction::Free || hasFraction == (wanted == TokenRules::Fraction::Wanted);
+}
+
 }  // namespace
 
 const char* Describe(TokenVerdict verdict) {
@@ -80,6 +110,8 @@ const char* Describe(TokenVerdict verdict) {
       return "the token's time is in the future";
     case TokenVerdict::RepeatedNonce:
       return "the nonce was used before";
+    case TokenVerdict::Unwanted:
+      return "tokens are not accepted";
   }
   return "unknown";
 }
@@ -88,41 +120,50 @@ TokenChecker::TokenChecker(std::string user, std::string password, std::chrono::
     : m_user(std::move(user)), m_password(std::move(password)), m_clockWindow(clockWindow) {}
 
 TokenVerdict TokenChecker::Check(const XmlElement& security, Time now, const TokenRules& rules) {
-  const XmlElement token = security.Child(ns::kSecurity, "UsernameToken");
-  if (!token.Exists()) {
+  const XmlElement element = security.Child(ns::kSecurity, "UsernameToken");
+  if (!element.Exists()) {
     return TokenVerdict::Missing;
   }
-  const XmlElement password = token.Child(ns::kSecurity, "Password");
-  const std::string user = token.Child(ns::kSecurity, "Username").RawText();
-  const std::string claimed = password.Text();
-  const std::string nonceText = token.Child(ns::kSecurity, "Nonce").Text();
-  const std::string createdText = token.Child(ns::kSecurityUtility, "Created").Text();
-  if (password.Exists() && password.Attribute("Type") != kDigestType) {
+  const TokenText token = ReadToken(element);
+  if (token.type && *token.type != (rules.wantsPlainText ? kPlainTextType : kDigestType)) {
     return TokenVerdict::WrongType;
   }
-  if (user.empty() || claimed.empty() || nonceText.empty() || createdText.empty()) {
+  if (rules.wantsPlainText) {
+    return CheckPlainText(token.user, token.password);
+  }
+  if (token.user.empty() || token.password.empty() || token.nonce.empty() || token.created.empty()) {
     return TokenVerdict::Incomplete;
   }
-  const std::optional<std::string> nonce = DecodeBase64(nonceText);
+  const std::optional<std::string> nonce = DecodeBase64(token.nonce);
   if (!nonce) {
     return TokenVerdict::BadNonce;
   }
   Time created;
-  if (!ParseUtc(createdText, created)) {
+  if (!ParseUtc(token.created, created) || !HasRightFraction(token.created, rules.fraction)) {
     return TokenVerdict::BadTime;
   }
   Digest expected{};
-  if (!MakeDigest(*nonce, createdText, m_password, expected) || !IsDigestOf(claimed, expected)) {
+  if (!MakeDigest(rules.digestsNonceText ? token.nonce : *nonce, token.created, m_password, expected) ||
+      !IsDigestOf(token.password, expected)) {
     return TokenVerdict::WrongDigest;
   }
-  if (user != m_user) {
+  if (token.user != m_user) {
     return TokenVerdict::WrongUser;
   }
   const TokenVerdict timeVerdict = CheckTime(created, now, rules.clockWindow.value_or(m_clockWindow));
-  if (timeVerdict != TokenVerdict::Accepted) {
+  if (timeVerdict != TokenVerdict::Accepted || rules.allowsRepeatedNonces) {
     return timeVerdict;
   }
   return Remember(*nonce, created, now) ? TokenVerdict::Accepted : TokenVerdict::RepeatedNonce;
+}
+
+TokenVerdict TokenChecker::CheckPlainText(const std::string& user, const std::string& password) const {
+  if (user.empty() || password.empty()) {
+    return TokenVerdict::Incomplete;
+  }
+  const bool isRight =
+      password.size() == m_password.size() && CRYPTO_memcmp(password.data(), m_password.data(), password.size()) == 0;
+  return isRight && user == m_user ? TokenVerdict::Accepted : TokenVerdict::WrongDigest;
 }
 
 TokenVerdict TokenChecker::CheckTime(Time created, Time now, std::chrono::seconds window) {

@@ -24,6 +24,7 @@ enum class TokenVerdict {
   Stale,          // older than the clock window
   Future,         // further ahead than the clock window
   RepeatedNonce,  // accepted before
+  Unwanted,       // no token is accepted here
 };
 
 // What a verdict means, for the reason of a fault. Never holds a secret.
@@ -31,7 +32,13 @@ const char* Describe(TokenVerdict verdict);
 
 // How tokens are checked.
 struct TokenRules {
+  enum class Fraction { Free, Wanted, Refused };
+
   std::optional<std::chrono::seconds> clockWindow;  // in place of the checker's own
+  Fraction fraction = Fraction::Free;               // of the seconds in the token's time
+  bool allowsRepeatedNonces = false;
+  bool wantsPlainText = false;    // the password itself, of type PasswordText, and nothing else
+  bool digestsNonceText = false;  // the digest goes over the nonce as it is written, not over its bytes
 };
 
 // Safe to use from several threads.
@@ -48,6 +55,7 @@ class TokenChecker {
   std::size_t RememberedNonces() const;
 
  private:
+  TokenVerdict CheckPlainText(const std::string& user, const std::string& password) const;
   static TokenVerdict CheckTime(Time created, Time now, std::chrono::seconds window);
   bool Remember(const std::string& nonce, Time created, Time now);
 

@@ -67,6 +67,13 @@ class QuirkHooks {
     }
   }
 
+  template <typename Hook>
+  bool Has() const {
+    bool has = false;
+    ForEach<Hook>([&has](Hook) { has = true; });
+    return has;
+  }
+
  private:
   std::vector<QuirkHook> m_hooks;
 };

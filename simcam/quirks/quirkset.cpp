@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <charconv>
+#include <iterator>
+#include <numeric>
 #include <optional>
 #include <utility>
 
@@ -15,7 +17,8 @@ constexpr unsigned kMaxNth = 1000000;
 
 bool IsKnownOperation(std::string_view name) {
   const std::vector<Operation>& all = AllOperations();
-  return std::any_of(all.begin(), all.end(), [name](const Operation& operation) { return operation.name == name; });
+  return name == kSnapshotOperation ||
+         std::any_of(all.begin(), all.end(), [name](const Operation& operation) { return operation.name == name; });
 }
 
 template <typename Number>
@@ -36,6 +39,60 @@ std::string CutBehind(std::string_view& text, char mark, Check isRight) {
   std::string cut(text.substr(place + 1));
   text = text.substr(0, place);
   return cut;
+}
+
+std::optional<unsigned> ParseNth(std::string_view text) {
+  const std::optional<unsigned> number = ParseWhole<unsigned>(text);
+  return number && *number >= 1 && *number <= kMaxNth ? number : std::nullopt;
+}
+
+// What stands behind a mark that is left over is no operation and no number.
+void RefuseMarks(std::string_view text) {
+  const std::size_t place = text.find_first_of("@#");
+  if (place == std::string_view::npos) {
+    return;
+  }
+  const std::string part(text.substr(place + 1, text.find('#', place + 1) - place - 1));
+  if (text[place] == '#') {
+    throw QuirkError("\"" + part + "\" behind # is not right; give the number of the call, 1 to " +
+                     std::to_string(kMaxNth));
+  }
+  throw QuirkError("\"" + part + "\" behind @ is no operation of the camera");
+}
+
+// How many characters must change, come or go to make one text of the other.
+std::size_t Difference(std::string_view from, std::string_view to) {
+  std::vector<std::size_t> above(to.size() + 1);
+  std::iota(above.begin(), above.end(), std::size_t{0});
+  for (const char letter : from) {
+    std::vector<std::size_t> line = {above.front() + 1};
+    for (std::size_t i = 0; i < to.size(); ++i) {
+      line.push_back(std::min({above[i] + (letter == to[i] ? 0U : 1U), above[i + 1] + 1, line.back() + 1}));
+    }
+    above = std::move(line);
+  }
+  return above.back();
+}
+
+// Names the quirk that was probably meant.
+QuirkError UnknownQuirk(std::string_view name) {
+  constexpr std::size_t kMaxShown = 64;
+  constexpr std::size_t kMaxDifference = 4;
+  const std::string shown(name.substr(0, kMaxShown));
+  const Quirk* nearest = nullptr;
+  std::size_t least = kMaxDifference + 1;
+  for (const QuirkGroup& group : AllQuirks()) {
+    for (const Quirk& quirk : group.quirks) {
+      const std::size_t difference = Difference(shown, quirk.name);
+      if (difference < least) {
+        least = difference;
+        nearest = &quirk;
+      }
+    }
+  }
+  return QuirkError("no quirk is called \"" + shown + "\"; " +
+                    (nearest == nullptr ? std::string("see the list of quirks")
+                                        : std::string("did you mean ") + nearest->name + "?"));
 }
 
 std::string Joined(const std::vector<const char*>& choices) {
@@ -93,8 +150,11 @@ QuirkValue CheckedValue(const Quirk& quirk, const std::optional<std::string>& gi
 }
 
 bool CanChange(const Quirk& quirk, std::string_view operation) {
-  return quirk.operations.empty() ||
-         std::find(quirk.operations.begin(), quirk.operations.end(), operation) != quirk.operations.end();
+  if (!quirk.operations.empty()) {
+    return std::find(quirk.operations.begin(), quirk.operations.end(), operation) != quirk.operations.end();
+  }
+  // A snapshot is no SOAP answer: of it only the way over the wire can change.
+  return operation != kSnapshotOperation || quirk.hooks.Has<WireHook>();
 }
 
 void CheckOperation(const Quirk& quirk, const std::string& operation) {
@@ -115,23 +175,33 @@ bool IsSameSwitch(const QuirkSwitch& left, const QuirkSwitch& right) {
 
 QuirkSwitch ParseQuirk(std::string_view text) {
   QuirkSwitch entry;
-  const std::string nth = CutBehind(text, '#', [](std::string_view part) {
-    const std::optional<unsigned> number = ParseWhole<unsigned>(part);
-    return number && *number >= 1 && *number <= kMaxNth;
-  });
-  entry.nth = nth.empty() ? 0 : *ParseWhole<unsigned>(nth);
+  const std::string nth = CutBehind(text, '#', [](std::string_view part) { return ParseNth(part).has_value(); });
+  entry.nth = ParseNth(nth).value_or(0);
   entry.operation = CutBehind(text, '@', IsKnownOperation);
   const std::size_t equals = text.find('=');
-  const std::string name(text.substr(0, equals));
+  const std::string_view name = text.substr(0, equals);
+  RefuseMarks(name);
   entry.quirk = FindQuirk(name);
   if (entry.quirk == nullptr) {
-    throw QuirkError("no quirk is called \"" + name + "\"; see the list of quirks");
+    throw UnknownQuirk(name);
   }
-  entry.value = CheckedValue(*entry.quirk, equals == std::string_view::npos
-                                               ? std::nullopt
-                                               : std::optional<std::string>(text.substr(equals + 1)));
+  std::optional<std::string> value;
+  if (equals != std::string_view::npos) {
+    value = text.substr(equals + 1);
+  }
+  if (value && entry.quirk->parameter.kind != QuirkParameter::Kind::Text) {
+    RefuseMarks(*value);
+  }
+  entry.value = CheckedValue(*entry.quirk, value);
   CheckOperation(*entry.quirk, entry.operation);
   return entry;
+}
+
+std::vector<QuirkSwitch> ParseQuirks(const std::vector<std::string>& texts) {
+  std::vector<QuirkSwitch> entries;
+  std::transform(texts.begin(), texts.end(), std::back_inserter(entries),
+                 [](const std::string& text) { return ParseQuirk(text); });
+  return entries;
 }
 
 std::string FormatQuirk(const QuirkSwitch& entry) {
@@ -184,23 +254,25 @@ WirePlan CallQuirks::Wire() const {
 }
 
 QuirkSet::QuirkSet(const std::vector<std::string>& texts) {
-  for (const std::string& text : texts) {
-    SwitchOn(ParseQuirk(text));
-  }
+  SwitchOn(ParseQuirks(texts));
 }
 
-void QuirkSet::SwitchOn(QuirkSwitch entry) {
+void QuirkSet::SwitchOn(const std::vector<QuirkSwitch>& entries) {
   const std::lock_guard<std::mutex> lock(m_mutex);
-  const auto same = std::find_if(m_entries.begin(), m_entries.end(),
-                                 [&entry](const QuirkSwitch& other) { return IsSameSwitch(entry, other); });
-  if (same != m_entries.end()) {
-    *same = std::move(entry);
-    return;
+  std::vector<QuirkSwitch> changed = m_entries;
+  for (const QuirkSwitch& entry : entries) {
+    const auto same = std::find_if(changed.begin(), changed.end(),
+                                   [&entry](const QuirkSwitch& other) { return IsSameSwitch(entry, other); });
+    if (same != changed.end()) {
+      *same = entry;
+    } else {
+      changed.push_back(entry);
+    }
   }
-  if (m_entries.size() >= kMaxSwitches) {
-    throw QuirkError("too many quirks are on; switch some off first");
+  if (changed.size() > kMaxSwitches) {
+    throw QuirkError("more than " + std::to_string(kMaxSwitches) + " quirks would be on; switch some off first");
   }
-  m_entries.push_back(std::move(entry));
+  m_entries = std::move(changed);
 }
 
 std::size_t QuirkSet::SwitchOff(std::string_view name) {

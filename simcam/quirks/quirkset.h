@@ -27,10 +27,16 @@ struct QuirkSwitch {
   unsigned calls = 0;     // how many there were
 };
 
+// The name under which quirks hold for the GET of a snapshot; only those that change how bytes travel can.
+constexpr std::string_view kSnapshotOperation = "snapshot";
+
 // Reads NAME[=VALUE][@OPERATION][#NTH], with blanks nowhere but in a value. A value may hold @ and #: the last ones that
 // are followed by a name and a number count. Throws QuirkError: unknown quirk (with the nearest), a value that is missing,
 // not wanted or out of range, an operation that the camera does not have or that the quirk cannot change, a bad number.
 QuirkSwitch ParseQuirk(std::string_view text);
+
+// The same for several texts.
+std::vector<QuirkSwitch> ParseQuirks(const std::vector<std::string>& texts);
 
 // The same text again.
 std::string FormatQuirk(const QuirkSwitch& entry);
@@ -57,8 +63,10 @@ class QuirkSet {
   // Switches on what the texts say. Throws QuirkError.
   explicit QuirkSet(const std::vector<std::string>& texts = {});
 
-  // In place of the same quirk for the same operation and call, if that was on. Throws QuirkError beyond a ceiling.
-  void SwitchOn(QuirkSwitch entry);
+  // In place of the same quirk for the same operation and call, if that was on. Throws QuirkError beyond a ceiling. Of
+  // several all are switched on or none.
+  void SwitchOn(const QuirkSwitch& entry) { SwitchOn(std::vector<QuirkSwitch>{entry}); }
+  void SwitchOn(const std::vector<QuirkSwitch>& entries);
 
   // All switches of the quirk; returns how many there were.
   std::size_t SwitchOff(std::string_view name);

@@ -25,6 +25,11 @@ std::string Sha1(const std::string& text) {
   return std::string(digest.begin(), digest.end());
 }
 
+std::string FreshNonce() {
+  static unsigned counter = 0;
+  return "nonce number " + std::to_string(++counter);
+}
+
 std::string Optional(const std::string& name, const std::string& text) {
   return text.empty() ? std::string() : "<" + name + ">" + text + "</" + name + ">";
 }
@@ -59,14 +64,22 @@ std::string UtcText(UtcTime time) {
 }
 
 Token MakeToken(const std::string& user, const std::string& password, UtcTime time) {
-  static unsigned counter = 0;
-  const std::string nonce = "nonce number " + std::to_string(++counter);
-  const std::string created = UtcText(time);
+  return MakeTokenOf(user, password, UtcText(time));
+}
+
+Token MakeTokenOf(const std::string& user, const std::string& password, const std::string& created) {
+  const std::string nonce = FreshNonce();
   Token token;
   token.user = user;
   token.password = Base64(Sha1(nonce + created + password));
   token.nonce = Base64(nonce);
   token.created = created;
+  return token;
+}
+
+Token MakeTokenOverNonceText(const std::string& user, const std::string& password, UtcTime time) {
+  Token token = MakeToken(user, password, time);
+  token.password = Base64(Sha1(token.nonce + token.created + password));
   return token;
 }
 

@@ -33,6 +33,12 @@ struct Token {
 // A right token with a nonce that no other token of this process has.
 Token MakeToken(const std::string& user, const std::string& password, UtcTime time);
 
+// The same with a time that is written as given.
+Token MakeTokenOf(const std::string& user, const std::string& password, const std::string& created);
+
+// A token whose digest goes over the nonce as it is written, as some clients do it.
+Token MakeTokenOverNonceText(const std::string& user, const std::string& password, UtcTime time);
+
 // The Security header block; parts that are empty are left out.
 std::string SecurityHeader(const Token& token);
 

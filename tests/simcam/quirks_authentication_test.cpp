@@ -1,0 +1,252 @@
+// The quirks of authentication, as a client meets them.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/simcam/bench.h"
+
+namespace {
+
+using simcam::SoapAnswer;
+using simcamtest::Bench;
+using simcamtest::Element;
+using simcamtest::Envelope;
+using simcamtest::FaultCodes;
+using simcamtest::MakeToken;
+using simcamtest::SecurityHeader;
+using simcamtest::Token;
+using std::chrono::seconds;
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr const char* kDevicePath = "/onvif/device_service";
+constexpr const char* kRefused = "env:Sender ter:NotAuthorized";
+constexpr const char* kMove =
+    "<ProfileToken>profile_1</ProfileToken><Velocity><PanTilt x=\"0.5\" y=\"0\" "
+    "xmlns=\"http://www.onvif.org/ver10/schema\"/></Velocity>";
+
+class AuthenticationQuirk : public testing::Test {
+ protected:
+  void SwitchOn(const std::string& quirk) { m_bench.Quirks().SwitchOn(simcam::ParseQuirk(quirk)); }
+
+  SoapAnswer Ask(const std::string& header, const std::string& operation = "GetDeviceInformation") const {
+    return m_bench.Send(kDevicePath, Envelope(header, Element(operation, simcamtest::kDeviceNs)));
+  }
+
+  Token RightToken() { return MakeToken("admin", "simcam", m_bench.Clock().UtcNow()); }
+  Token WrongToken() { return MakeToken("admin", "wrong", m_bench.Clock().UtcNow()); }
+
+  std::string CodesOf(const Token& token, const std::string& operation = "GetDeviceInformation") const {
+    return FaultCodes(Ask(SecurityHeader(token), operation));
+  }
+
+  // An answer to a wrong password.
+  SoapAnswer Refusal() { return Ask(SecurityHeader(WrongToken())); }
+
+  Bench m_bench{"ptz-dome"};
+};
+
+TEST_F(AuthenticationQuirk, WithoutQuirksOnlyRightTokensAreAccepted) {
+  EXPECT_EQ(CodesOf(RightToken()), "");
+  EXPECT_EQ(CodesOf(WrongToken()), kRefused);
+  EXPECT_EQ(CodesOf(WrongToken(), "GetCapabilities"), kRefused);
+  EXPECT_EQ(CodesOf(RightToken(), "GetCapabilities"), "");
+  EXPECT_EQ(FaultCodes(Ask("", "GetCapabilities")), "");
+  EXPECT_EQ(Refusal().httpStatus, 400);
+}
+
+TEST_F(AuthenticationQuirk, NoneAsksNobody) {
+  SwitchOn("auth-none");
+  EXPECT_EQ(FaultCodes(Ask("")), "");
+  EXPECT_EQ(CodesOf(WrongToken()), "");
+}
+
+TEST_F(AuthenticationQuirk, AllAsksAlsoForOpenOperations) {
+  SwitchOn("auth-all");
+  EXPECT_EQ(FaultCodes(Ask("", "GetCapabilities")), kRefused);
+  EXPECT_EQ(CodesOf(RightToken(), "GetCapabilities"), "");
+}
+
+TEST_F(AuthenticationQuirk, OpenOverlooksWrongTokens) {
+  SwitchOn("auth-open-overlooks");
+  EXPECT_EQ(CodesOf(WrongToken(), "GetCapabilities"), "");
+  EXPECT_EQ(CodesOf(WrongToken()), kRefused);
+}
+
+TEST_F(AuthenticationQuirk, OpenRefusesRightTokens) {
+  SwitchOn("auth-open-refuses");
+  EXPECT_EQ(CodesOf(RightToken(), "GetCapabilities"), kRefused);
+  EXPECT_EQ(FaultCodes(Ask("", "GetCapabilities")), "");
+  EXPECT_EQ(CodesOf(RightToken()), "");
+}
+
+TEST_F(AuthenticationQuirk, LockoutCountsDownAndHoldsForTheRightPasswordToo) {
+  SwitchOn("auth-lockout=3");
+  EXPECT_THAT(Refusal().body, HasSubstr("wrong user name or password, 2 tries left"));
+  EXPECT_THAT(Refusal().body, HasSubstr(", 1 tries left"));
+  EXPECT_THAT(Refusal().body, HasSubstr(", the account is locked now for 300 seconds"));
+  m_bench.Clock().Advance(seconds(100));
+  EXPECT_THAT(Ask(SecurityHeader(RightToken())).body, HasSubstr("is locked, try again in 200 seconds"));
+  m_bench.Clock().Advance(seconds(199));
+  EXPECT_EQ(CodesOf(RightToken()), kRefused);
+  m_bench.Clock().Advance(seconds(1));
+  EXPECT_EQ(CodesOf(RightToken()), "");
+}
+
+TEST_F(AuthenticationQuirk, LockoutForgetsWrongTriesAfterARightOne) {
+  SwitchOn("auth-lockout=2");
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_THAT(Refusal().body, HasSubstr(", 1 tries left"));
+    EXPECT_EQ(CodesOf(RightToken()), "");
+  }
+}
+
+TEST_F(AuthenticationQuirk, LockoutDoesNotCountCallsWithoutToken) {
+  SwitchOn("auth-lockout=1");
+  EXPECT_EQ(FaultCodes(Ask("")), kRefused);
+  EXPECT_EQ(CodesOf(RightToken()), "");
+}
+
+TEST_F(AuthenticationQuirk, RoleOfAnOperatorMovesTheLensAndChangesNoProfile) {
+  SwitchOn("auth-role=operator");
+  EXPECT_EQ(FaultCodes(m_bench.Media("GetProfiles")), "");
+  EXPECT_EQ(FaultCodes(m_bench.Ptz("ContinuousMove", kMove)), "");
+  EXPECT_EQ(FaultCodes(m_bench.Media("CreateProfile", "<Name>New</Name>")),
+            kRefused + std::string(" ter:OperationProhibited"));
+  EXPECT_EQ(m_bench.State().Profiles().size(), m_bench.Model().profiles.size());
+}
+
+TEST_F(AuthenticationQuirk, RoleOfAUserOnlyAsks) {
+  SwitchOn("auth-role=user");
+  EXPECT_EQ(FaultCodes(m_bench.Media("GetProfiles")), "");
+  EXPECT_EQ(FaultCodes(m_bench.Ptz("ContinuousMove", kMove)), kRefused + std::string(" ter:OperationProhibited"));
+}
+
+TEST_F(AuthenticationQuirk, TokenRefusedHoldsForRightOnes) {
+  SwitchOn("auth-token-refused");
+  EXPECT_EQ(CodesOf(RightToken()), kRefused);
+  EXPECT_EQ(FaultCodes(Ask("", "GetCapabilities")), "");
+}
+
+TEST_F(AuthenticationQuirk, TokenPlainWantsThePasswordItself) {
+  SwitchOn("auth-token-plain");
+  EXPECT_EQ(CodesOf(RightToken()), kRefused);
+  Token token;
+  token.user = "admin";
+  token.type = "http://docs.oasis-open.org/wss/2004/01/oasis-200401-wss-username-token-profile-1.0#PasswordText";
+  for (const char* const wrong : {"simcan", "simca", "simcamm"}) {
+    token.password = wrong;
+    EXPECT_EQ(CodesOf(token), kRefused) << wrong;
+  }
+  token.password = "simcam";
+  EXPECT_EQ(CodesOf(token), "");
+  token.user = "root";
+  EXPECT_EQ(CodesOf(token), kRefused);
+}
+
+TEST_F(AuthenticationQuirk, TokenNonceTextIsDigestedAsWritten) {
+  SwitchOn("auth-token-nonce-text");
+  EXPECT_EQ(CodesOf(RightToken()), kRefused);
+  EXPECT_EQ(CodesOf(simcamtest::MakeTokenOverNonceText("admin", "simcam", m_bench.Clock().UtcNow())), "");
+  m_bench.Quirks().SwitchAllOff();
+  EXPECT_EQ(CodesOf(simcamtest::MakeTokenOverNonceText("admin", "simcam", m_bench.Clock().UtcNow())), kRefused);
+}
+
+TEST_F(AuthenticationQuirk, TokenReplayIsLetPass) {
+  const Token token = RightToken();
+  EXPECT_EQ(CodesOf(token), "");
+  EXPECT_EQ(CodesOf(token), kRefused);
+  SwitchOn("auth-token-replay");
+  EXPECT_EQ(CodesOf(token), "");
+  EXPECT_EQ(CodesOf(token), "");
+}
+
+TEST_F(AuthenticationQuirk, CreatedWithFractionIsAMatterOfTaste) {
+  const auto whole = [this] { return simcamtest::MakeTokenOf("admin", "simcam", "2024-02-29T12:00:00Z"); };
+  EXPECT_EQ(CodesOf(whole()), "");
+  EXPECT_EQ(CodesOf(RightToken()), "");
+  SwitchOn("auth-created-whole");
+  EXPECT_EQ(CodesOf(whole()), "");
+  EXPECT_EQ(CodesOf(RightToken()), kRefused);
+  m_bench.Quirks().SwitchAllOff();
+  SwitchOn("auth-created-fraction");
+  EXPECT_EQ(CodesOf(whole()), kRefused);
+  EXPECT_EQ(CodesOf(RightToken()), "");
+}
+
+TEST_F(AuthenticationQuirk, StatusOfARefusalIsAsWished) {
+  SwitchOn("auth-fault-status=200");
+  const SoapAnswer answer = Refusal();
+  EXPECT_EQ(answer.httpStatus, 200);
+  EXPECT_EQ(FaultCodes(answer), kRefused);
+  EXPECT_EQ(m_bench.Media("GetProfile", "<ProfileToken>none</ProfileToken>").httpStatus, 400) << "no refusal";
+}
+
+TEST_F(AuthenticationQuirk, EmptyRefusalHasNoBody) {
+  SwitchOn("auth-empty-refusal");
+  EXPECT_EQ(Refusal().httpStatus, 401);
+  EXPECT_EQ(Refusal().body, "");
+}
+
+TEST_F(AuthenticationQuirk, HtmlRefusalIsAPage) {
+  SwitchOn("auth-html-refusal");
+  SwitchOn("auth-fault-receiver");  // what changes faults must not read a page
+  const SoapAnswer answer = Refusal();
+  EXPECT_EQ(answer.httpStatus, 401);
+  EXPECT_EQ(answer.contentType, "text/html");
+  EXPECT_THAT(answer.body, HasSubstr("<html>"));
+  EXPECT_EQ(CodesOf(RightToken()), "");
+}
+
+struct Look {
+  const char* quirk;
+  const char* codes;  // of a refusal
+};
+
+class AuthenticationQuirkLook : public AuthenticationQuirk, public testing::WithParamInterface<Look> {};
+
+TEST_P(AuthenticationQuirkLook, ChangesTheCodesOfRefusalsOnly) {
+  SwitchOn(GetParam().quirk);
+  EXPECT_EQ(FaultCodes(Refusal()), GetParam().codes);
+  EXPECT_EQ(Refusal().httpStatus, 400);
+  EXPECT_EQ(CodesOf(RightToken()), "");
+  EXPECT_EQ(FaultCodes(m_bench.Media("GetProfile", "<ProfileToken>none</ProfileToken>")),
+            "env:Sender ter:InvalidArgVal ter:NoProfile");
+}
+
+constexpr Look kLooks[] = {{"auth-fault-subcode", "env:Sender ter:FailedAuthentication"},
+                           {"auth-fault-subcode=ter:OperationProhibited", "env:Sender ter:OperationProhibited"},
+                           {"auth-fault-subcode=ter:Password", "env:Sender ter:Password"},
+                           {"auth-fault-subcode=NotAuthorized", "env:Sender NotAuthorized"},
+                           {"auth-fault-nested", "env:Sender ter:Action ter:AccessDenied ter:NotAuthorized"},
+                           {"auth-fault-without-subcode", "env:Sender"},
+                           {"auth-fault-receiver", "env:Receiver ter:NotAuthorized"}};
+INSTANTIATE_TEST_SUITE_P(Rows, AuthenticationQuirkLook, testing::ValuesIn(kLooks));
+
+TEST_F(AuthenticationQuirk, SubcodeOfAnotherPrefixIsDeclared) {
+  SwitchOn("auth-fault-subcode=wsse:FailedAuthentication");
+  EXPECT_THAT(Refusal().body,
+              HasSubstr("<env:Value xmlns:wsse=\"http://docs.oasis-open.org/wss/2004/01/"
+                        "oasis-200401-wss-wssecurity-secext-1.0.xsd\">wsse:FailedAuthentication</env:Value>"));
+  SwitchOn("auth-fault-subcode=ns1:NotAuthorized");
+  EXPECT_THAT(Refusal().body,
+              HasSubstr("<env:Value xmlns:ns1=\"http://www.onvif.org/ver10/error\">ns1:NotAuthorized<"));
+}
+
+TEST_F(AuthenticationQuirk, ReasonIsEmptyOrForeign) {
+  EXPECT_THAT(Refusal().body, HasSubstr("<env:Text xml:lang=\"en\">Sender not authorized"));
+  SwitchOn("auth-fault-language=de");
+  EXPECT_THAT(Refusal().body,
+              HasSubstr("<env:Text xml:lang=\"de\">Benutzername oder Kennwort ung\xC3\xBCltig</env:Text>"));
+  SwitchOn("auth-fault-without-reason");
+  EXPECT_THAT(Refusal().body, HasSubstr("<env:Text xml:lang=\"de\"/>"));
+  EXPECT_THAT(Refusal().body, Not(HasSubstr("Sender not authorized")));
+}
+
+TEST_F(AuthenticationQuirk, NthCallAloneIsRefused) {
+  SwitchOn("auth-token-refused@GetDeviceInformation#2");
+  EXPECT_EQ(CodesOf(RightToken()), "");
+  EXPECT_EQ(CodesOf(RightToken()), kRefused);
+  EXPECT_EQ(CodesOf(RightToken()), "");
+}
+
+}  // namespace
