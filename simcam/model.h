@@ -226,6 +226,7 @@ struct CameraModel {
   std::size_t maxProfiles = 0;
   bool createsProfiles = true;  // false: CreateProfile is refused
   std::vector<std::string> unsupportedOperations;
+  std::vector<std::string> quirks;  // NAME[=VALUE][@OPERATION][#NTH], on from the start
 
   // The tokens of all configurations of one kind, in model order.
   std::vector<std::string> ConfigurationTokens(ConfigurationKind kind) const;

@@ -195,6 +195,16 @@ void CheckProfiles(const Checker& check, const CameraModel& model) {
   }
 }
 
+void CheckQuirks(const Checker& check, const CameraModel& model) {
+  for (std::size_t i = 0; i < model.quirks.size(); ++i) {
+    try {
+      ParseQuirk(model.quirks[i]);
+    } catch (const QuirkError& error) {
+      check.Require(false, "quirks[" + std::to_string(i) + "]", error.what(), "correct or remove it");
+    }
+  }
+}
+
 }  // namespace
 
 void CheckModel(const CameraModel& model, const std::string& source) {
@@ -207,6 +217,7 @@ void CheckModel(const CameraModel& model, const std::string& source) {
   CheckVideo(check, model);
   CheckAudio(check, model);
   CheckOperations(check, model);
+  CheckQuirks(check, model);
   if (model.ptz) {
     CheckPtz(check, *model.ptz, model.versions.front());
   }

@@ -327,6 +327,9 @@ void ReadConfigurations(ObjectReader& object, CameraModel& model) {
   if (object.Has("unsupportedOperations")) {
     model.unsupportedOperations = object.Texts("unsupportedOperations");
   }
+  if (object.Has("quirks")) {
+    model.quirks = object.Texts("quirks");
+  }
 }
 
 }  // namespace

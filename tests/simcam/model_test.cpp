@@ -42,7 +42,8 @@ constexpr const char* kModel = R"({
       "timeoutSeconds": {"min": 1, "max": 60}}]},
   "profiles": [{"token": "p1", "name": "One", "fixed": true, "videoSource": "vs", "audioSource": "as",
     "videoEncoder": "ve", "audioEncoder": "ae", "ptz": "pc"}],
-  "maxProfiles": 4, "createsProfiles": false, "unsupportedOperations": ["GetVideoSources"]
+  "maxProfiles": 4, "createsProfiles": false, "unsupportedOperations": ["GetVideoSources"],
+  "quirks": ["clock-offset=5@GetProfiles", "auth-none"]
 })";
 
 // The model with one text in place of another, which must be there.
@@ -87,6 +88,7 @@ TEST(ParseModel, ReadsEveryKey) {
   EXPECT_TRUE(model.ptz->nodes.at(0).fixedHome);
   EXPECT_EQ(model.ptz->nodes.at(0).maxPresets, 2);
   EXPECT_EQ(model.ptz->nodes.at(0).presets.at(0).position.tilt, 0.25);
+  EXPECT_EQ(model.quirks, (std::vector<std::string>{"clock-offset=5@GetProfiles", "auth-none"}));
   EXPECT_EQ(model.unsupportedOperations, std::vector<std::string>{"GetVideoSources"});
   EXPECT_EQ(model.ptz->nodes.at(0).tilt.max, 0.5);
   EXPECT_EQ(model.ptz->configurations.at(0).timeout.max, 60);
@@ -125,6 +127,10 @@ TEST_P(NearMisses, AreRefusedWithSourceKeyAndReason) {
 }
 
 constexpr NearMiss kNearMisses[] = {
+    {R"("auth-none"])", R"("auth-nome"])", "quirks[1]", "did you mean auth-none?"},
+    {R"("auth-none"])", R"("auth-none#0"])", "quirks[1]", "behind #"},
+    {R"("auth-none"])", R"(7])", "quirks[1]", "wrong type"},
+    {R"("quirks": [)", R"("quirks": 7, "x": [)", "quirks", "wrong type"},
     {R"("name": "probe", )", "", "name", "missing"},
     {R"("name": "probe")", R"("name": 7)", "name", "wrong type"},
     {R"("name": "probe")", R"("name": "")", "name", "empty"},
