@@ -133,6 +133,16 @@ void CameraState::UsePtz(const std::string& profile, const std::function<void(Pt
   use(target);
 }
 
+bool CameraState::IsMoving(const std::string& node) const {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  const auto unit = m_units.find(node);
+  if (unit == m_units.end()) {
+    return false;
+  }
+  const LensAxis::Time now = m_clock.SteadyNow();
+  return unit->second.lens.IsPanTiltMovingAt(now) || unit->second.lens.IsZoomMovingAt(now);
+}
+
 std::optional<LensPosition> CameraState::PositionOf(const std::string& node) const {
   const std::lock_guard<std::mutex> lock(m_mutex);
   const auto unit = m_units.find(node);

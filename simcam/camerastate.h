@@ -82,6 +82,9 @@ class CameraState {
   // Where the lens of a node is now; nothing when the model has no such node.
   std::optional<LensPosition> PositionOf(const std::string& node) const;
 
+  // False when the lens stands still or the model has no such node.
+  bool IsMoving(const std::string& node) const;
+
   // The presets of a node, in the order of their creation; none when the model has no such node.
   std::vector<Preset> PresetsOf(const std::string& node) const;
 

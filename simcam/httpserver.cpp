@@ -205,6 +205,7 @@ class HttpServer::Daemon {
     exchange.request.method = method;
     exchange.request.port = PortOf(MHD_get_connection_info(connection, MHD_CONNECTION_INFO_DAEMON)->daemon);
     exchange.request.host = HeaderOf(connection, MHD_HTTP_HEADER_HOST);
+    exchange.request.origin = HeaderOf(connection, MHD_HTTP_HEADER_ORIGIN);
     exchange.request.authorization = HeaderOf(connection, MHD_HTTP_HEADER_AUTHORIZATION);
     return MHD_YES;
   }

@@ -22,6 +22,7 @@ struct HttpRequest {
   std::string target;         // path and query as they were sent
   std::string host;           // the Host header, empty when missing
   std::string authorization;  // the Authorization header, empty when missing
+  std::string origin;         // the Origin header, which web pages send; empty when missing
   std::string body;
   std::uint16_t port = 0;  // where the server listens
 

@@ -8,6 +8,7 @@
 
 #include "simcam/camerastate.h"
 #include "simcam/camerastreams.h"
+#include "simcam/control.h"
 #include "simcam/dispatcher.h"
 #include "simcam/front.h"
 #include "simcam/security.h"
@@ -31,9 +32,23 @@ void TellRtspPort(CameraModel& model, std::uint16_t port) {
   }
 }
 
+std::vector<std::string> AllQuirkTexts(const CameraModel& model, const CameraOptions& options) {
+  std::vector<std::string> texts = model.quirks;
+  texts.insert(texts.end(), options.quirks.begin(), options.quirks.end());
+  return texts;
+}
+
+std::unique_ptr<HttpServer> Serve(std::uint16_t port, HttpServer::Handler handler) {
+  try {
+    return std::make_unique<HttpServer>(port, std::move(handler));
+  } catch (const std::runtime_error& error) {
+    throw CameraError("cannot serve on 127.0.0.1 port " + std::to_string(port) + ": " + error.what());
+  }
+}
+
 }  // namespace
 
-// The members refer to those above them; the server, which uses them all, comes last and ends first.
+// The members refer to those above them; the servers, which use them all, come last and end first.
 class SimCamera::Parts {
  public:
   Parts(CameraModel cameraModel, const CameraOptions& options)
@@ -42,11 +57,16 @@ class SimCamera::Parts {
         clock(ClockOf(options)),
         state(model, *clock),
         tokens(options.user, options.password, options.clockWindow),
-        quirks(options.quirks),
+        quirks(AllQuirkTexts(model, options)),
         dispatcher(model, state, tokens, *clock, quirks),
         snapshots(model, state, *clock, options.user, options.password),
         front(dispatcher, snapshots),
-        server(options.port, [this](const HttpRequest& request) { return Answer(request); }) {
+        control({model, state, dispatcher, quirks}),
+        server(Serve(options.port, [this](const HttpRequest& request) { return Answer(request); })) {
+    if (options.controlPort) {
+      controlServer = Serve(*options.controlPort,
+                            [this](const HttpRequest& request) { return control.Answer(request, server->Port()); });
+    }
     RefreshStreams();
   }
 
@@ -56,7 +76,10 @@ class SimCamera::Parts {
   Parts& operator=(const Parts&) = delete;
 
   void Stop() {
-    server.Stop();
+    if (controlServer) {
+      controlServer->Stop();
+    }
+    server->Stop();
     if (rtsp) {
       rtsp->Stop();
     }
@@ -72,7 +95,9 @@ class SimCamera::Parts {
   SnapshotService snapshots;
   const Front front;
   CameraStreams streams;
-  HttpServer server;
+  const Control control;
+  const std::unique_ptr<HttpServer> server;
+  std::unique_ptr<HttpServer> controlServer;  // null: no control address
 
  private:
   // Also writes into the model where the server listens.
@@ -115,8 +140,6 @@ SimCamera::SimCamera(CameraModel model, CameraOptions options) {
     throw;
   } catch (const QuirkError& error) {
     throw CameraError(error.what());
-  } catch (const std::runtime_error& error) {
-    throw CameraError("cannot serve on 127.0.0.1 port " + std::to_string(options.port) + ": " + error.what());
   }
 }
 
@@ -135,7 +158,11 @@ bool SimCamera::SwitchOff(const std::string& name) {
 }
 
 std::uint16_t SimCamera::Port() const {
-  return m_parts->server.Port();
+  return m_parts->server->Port();
+}
+
+std::uint16_t SimCamera::ControlPort() const {
+  return m_parts->controlServer ? m_parts->controlServer->Port() : std::uint16_t{0};
 }
 
 std::optional<std::uint16_t> SimCamera::StreamPort() const {

@@ -18,11 +18,12 @@ namespace simcam {
 struct CameraOptions {
   std::string user = "admin";
   std::string password = "simcam";
-  std::uint16_t port = 0;                 // 0: the system picks one
-  std::chrono::seconds clockWindow{300};  // how far a token's time may be off, both ways
-  std::shared_ptr<const Clock> clock;     // null: the system's clock
-  std::optional<std::uint16_t> rtspPort;  // where streams are served; 0: the system picks one; nothing: no streams
-  std::vector<std::string> quirks;        // NAME[=VALUE][@OPERATION][#NTH], switched on from the start
+  std::uint16_t port = 0;                    // 0: the system picks one
+  std::chrono::seconds clockWindow{300};     // how far a token's time may be off, both ways
+  std::shared_ptr<const Clock> clock;        // null: the system's clock
+  std::optional<std::uint16_t> rtspPort;     // where streams are served; 0: the system picks one; nothing: no streams
+  std::vector<std::string> quirks;           // NAME[=VALUE][@OPERATION][#NTH], switched on besides those of the model
+  std::optional<std::uint16_t> controlPort;  // of the control address (see control.h), 0: the system picks one
 };
 
 // The camera could not start; what() says why.
@@ -46,6 +47,9 @@ class SimCamera {
 
   // The port it listens on, also after Stop().
   std::uint16_t Port() const;
+
+  // The port of the control address; 0 when there is none.
+  std::uint16_t ControlPort() const;
 
   // The port it streams on, also after Stop(); nothing when it serves no streams. It is also the port that the camera
   // tells its clients, in place of its model's.

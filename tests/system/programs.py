@@ -1,10 +1,12 @@
 """Starts the built programs for the tests, and ends them by their process id."""
 
+import contextlib
 import os
 import pty
 import re
 import select
 import signal
+import socket
 import subprocess
 import sys
 import tempfile
@@ -109,7 +111,8 @@ class Camera:
     READY = re.compile(r"^simcam: (\S+) listening on http://127\.0\.0\.1:(\d+)(/\S+) \(user (\S+)\)\n$")
 
     def __init__(self, model="ptz-dome", *arguments):
-        self.process = subprocess.Popen([SIMCAM, "--model", model, "--port", "0", *arguments], env=environment(),
+        port = () if "--port" in arguments else ("--port", "0")
+        self.process = subprocess.Popen([SIMCAM, "--model", model, *port, *arguments], env=environment(),
                                         stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         self.ready_line = read_line(self.process.stdout)
         match = self.READY.match(self.ready_line)
@@ -124,6 +127,16 @@ class Camera:
 
     def __exit__(self, *unused):
         self.kill()
+
+    def control_address(self):
+        """Reads on to the line that tells where the camera is controlled; to be called once."""
+        line = read_line(self.process.stdout)
+        while line.startswith("simcam: ") and not line.startswith("simcam: control"):
+            line = read_line(self.process.stdout)
+        match = re.match(r"^simcam: control on (http://127\.0\.0\.1:\d+/)\n$", line)
+        if not match:
+            raise AssertionError(f"simcam's control line is {line!r}")
+        return match.group(1)
 
     def end(self, number=signal.SIGTERM):
         """Asks it to end; returns its status and what it printed after the ready line."""
@@ -145,6 +158,19 @@ def models():
     if listed.returncode != 0:
         raise AssertionError(f"simcam --list: status {listed.returncode}: {listed.stderr}")
     return [line.split()[0] for line in listed.stdout.splitlines()]
+
+
+def free_ports(count):
+    """The first of some TCP ports in a row that nobody uses at the moment."""
+    for base in range(21000, 32000, count):
+        with contextlib.ExitStack() as stack:
+            try:
+                for port in range(base, base + count):
+                    stack.enter_context(socket.socket()).bind(("127.0.0.1", port))
+            except OSError:
+                continue
+            return base
+    raise AssertionError("no free ports")
 
 
 def temporary_file(test, text):

@@ -1,5 +1,6 @@
 """The program simcam: its list, its ready line, its end."""
 
+import json
 import signal
 import socket
 import unittest
@@ -33,6 +34,78 @@ class Simcam(unittest.TestCase):
             self.assertEqual(camera.ready_line,
                              f"simcam: fisheye listening on http://127.0.0.1:{camera.port}/onvif/device_service"
                              " (user operator)\n")
+
+    def test_list_of_quirks_is_grouped_and_aligned(self):
+        listed = programs.simcam("--list-quirks")
+        self.assertEqual((listed.returncode, listed.stderr), (0, ""))
+        groups = [block.splitlines() for block in listed.stdout.split("\n\n")]
+        for group in groups:
+            self.assertRegex(group[0], r"^[a-z]+$")
+            for line in group[1:]:
+                self.assertRegex(line, r"^  (\S+  +[a-zA-Z]|  +(value|only): \S)")
+        self.assertEqual([group[0] for group in groups][:2], ["clock", "authentication"])
+        columns = {line.index(line.split(maxsplit=1)[1]) for group in groups for line in group[1:]
+                   if not line.startswith("   ")}
+        self.assertEqual(len(columns), 1, columns)
+        self.assertIn("value: the language: zh, de, ja\n", listed.stdout)
+
+    def test_quirk_of_the_command_line_is_on(self):
+        with programs.Camera("fixed-box", "--quirk", "auth-token-refused") as camera:
+            self.assertEqual(self.connection_test(camera), 5)
+        with programs.Camera("fixed-box") as camera:
+            self.assertEqual(self.connection_test(camera), 0)
+
+    def test_wrong_quirk_is_wrong_usage(self):
+        refused = programs.simcam("--quirk", "auth-token-refuse")
+        self.assertEqual((refused.returncode, refused.stdout), (2, ""))
+        self.assertEqual(refused.stderr,
+                         'simcam: no quirk is called "auth-token-refuse"; did you mean auth-token-refused?\n')
+
+    def test_control_address_switches_quirks_of_a_running_camera(self):
+        with programs.Camera("fixed-box", "--control-port", "0") as camera:
+            address = camera.control_address()
+            self.assertEqual(self.connection_test(camera), 0)
+            answer = self.curl(address + "quirks", "--data-binary", "auth-token-refused")
+            self.assertEqual(json.loads(answer), {"on": ["auth-token-refused"]})
+            self.assertEqual(self.connection_test(camera), 5)
+            state = json.loads(self.curl(address + "camera"))
+            self.assertEqual((state["model"], state["port"]), ("fixed-box", camera.port))
+            self.assertGreater(state["wrongTries"], 0)
+            self.assertEqual(json.loads(self.curl(address + "quirks", "-X", "DELETE")), {"on": []})
+            self.assertEqual(self.connection_test(camera), 0)
+            self.assertIn("error", json.loads(self.curl(address + "nothing")))
+
+    def test_count_starts_cameras_with_a_ready_line_each(self):
+        with programs.Camera("fixed-box", "--count", "5") as camera:
+            lines = [programs.read_line(camera.process.stdout) for _ in range(4)]
+            ports = {int(programs.Camera.READY.match(line).group(2)) for line in lines}
+            self.assertEqual(len(ports | {camera.port}), 5)
+            for port in ports:
+                with socket.create_connection(("127.0.0.1", port)):
+                    pass
+
+    def test_ports_of_many_cameras_follow_each_other(self):
+        base = programs.free_ports(3)
+        with programs.Camera("fixed-box", "--port", str(base), "--count", "3") as camera:
+            lines = [programs.read_line(camera.process.stdout) for _ in range(2)]
+            ports = [int(programs.Camera.READY.match(line).group(2)) for line in lines]
+            self.assertEqual([camera.port, *ports], [base, base + 1, base + 2])
+
+    def test_wrong_counts_and_ports_are_wrong_usage(self):
+        for arguments in (["--count", "0"], ["--count", "201"], ["--port", "65535", "--count", "2"],
+                          ["--control-port", "65500", "--count", "100"], ["--control-port", "65536"]):
+            with self.subTest(arguments=arguments):
+                refused = programs.simcam(*arguments)
+                self.assertEqual((refused.returncode, refused.stdout), (2, ""))
+                self.assertEqual(refused.stderr.count("\n"), 1, refused.stderr)
+                self.assertIn(arguments[0], refused.stderr)
+
+    def connection_test(self, camera):
+        return programs.camctl("test", "--host", "127.0.0.1", "--port", str(camera.port), "--user", "admin",
+                               CAMCTL_PASSWORD=programs.PASSWORD).returncode
+
+    def curl(self, *arguments):
+        return programs.run("curl", "--silent", "--show-error", "--noproxy", "*", "--max-time", "30", *arguments).stdout
 
     def test_port_in_use_is_told(self):
         with programs.Camera() as camera:

@@ -1,0 +1,41 @@
+// The control address of a camera: what people and tests see and change of it while it runs, as JSON over HTTP.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "simcam/dispatcher.h"
+#include "simcam/httpserver.h"
+
+namespace simcam {
+
+// Safe to use from several threads.
+//
+//   GET /camera            model, ports, profiles with their encoders, lenses, quirks that are on, counters
+//   GET /quirks            all quirks, and those that are on
+//   POST /quirks           switches on: one NAME[=VALUE][@OPERATION][#NTH] a line; all of them or none
+//   DELETE /quirks         switches all off
+//   DELETE /quirks/NAME    switches one off
+//
+// Everything else is refused, with {"error": "..."}: 400 a body that is not right, 403 a request that a foreign web page
+// may have caused, 404, 405.
+class Control {
+ public:
+  // What is controlled; the references must outlive the control.
+  struct Camera {
+    const CameraModel& model;
+    const CameraState& state;
+    const Dispatcher& dispatcher;
+    QuirkSet& quirks;
+  };
+
+  explicit Control(const Camera& camera) : m_camera(camera) {}
+
+  // `cameraPort` is where the camera itself listens.
+  HttpAnswer Answer(const HttpRequest& request, std::uint16_t cameraPort) const;
+
+ private:
+  Camera m_camera;
+};
+
+}  // namespace simcam

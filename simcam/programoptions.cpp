@@ -1,0 +1,130 @@
+#include "simcam/programoptions.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdlib>
+#include <fstream>
+
+namespace simcam {
+
+namespace {
+
+constexpr int kMaxPort = 65535;
+constexpr int kMaxCameras = 200;                // each has a thread and some open files
+constexpr std::size_t kMaxPasswordFile = 4096;  // bytes
+
+struct Arguments {
+  ProgramOptions options;
+  std::string passwordFile;
+  int port = 0;
+  int controlPort = -1;  // none
+  int rtspPort = 0;
+  bool isWithoutStreams = false;
+  int clockWindow = 300;  // seconds
+};
+
+void DeclareLists(CLI::App& app, Arguments& arguments) {
+  app.set_version_flag("--version", std::string("simcam ") + SIMCAM_VERSION);
+  app.add_flag("--list", arguments.options.isListAsked, "List the built-in models and exit");
+  app.add_flag("--list-quirks", arguments.options.isQuirkListAsked, "List the quirks that a camera can have and exit");
+}
+
+void DeclareCamera(CLI::App& app, Arguments& arguments) {
+  CameraOptions& camera = arguments.options.camera;
+  app.add_option("--model", arguments.options.model, "Built-in model or path of a model file")->capture_default_str();
+  app.add_option(
+      "--quirk", camera.quirks,
+      "NAME[=VALUE][@OPERATION][#NTH]: misbehave like this, always or for one operation or call; repeatable");
+  app.add_option("--user", camera.user, "User name of the account")->capture_default_str();
+  app.add_option("--password-file", arguments.passwordFile,
+                 "File whose first line is the password; else SIMCAM_PASSWORD; else \"simcam\"");
+  app.add_option("--clock-window", arguments.clockWindow, "Seconds that a token's time may be off, both ways")
+      ->check(CLI::Range(1, 86400))
+      ->capture_default_str();
+}
+
+void DeclarePorts(CLI::App& app, Arguments& arguments) {
+  app.add_option("--port", arguments.port, "TCP port on 127.0.0.1; 0 picks a free one")
+      ->check(CLI::Range(0, kMaxPort))
+      ->capture_default_str();
+  app.add_option("--control-port", arguments.controlPort,
+                 "TCP port on 127.0.0.1 of the control address; 0 picks a free one; without it there is none")
+      ->check(CLI::Range(0, kMaxPort));
+  app.add_option("--rtsp-port", arguments.rtspPort, "TCP port on 127.0.0.1 for streams; 0 picks a free one")
+      ->check(CLI::Range(0, kMaxPort))
+      ->capture_default_str();
+  app.add_flag("--no-rtsp", arguments.isWithoutStreams, "Serve no streams")->excludes("--rtsp-port");
+  app.add_option("--count", arguments.options.count, "Number of cameras, on ports that follow each other")
+      ->check(CLI::Range(1, kMaxCameras))
+      ->capture_default_str();
+}
+
+std::string ReadPasswordFile(const std::string& path) {
+  std::ifstream file(path);
+  std::string text(kMaxPasswordFile + 1, '\0');
+  file.read(text.data(), static_cast<std::streamsize>(text.size()));
+  if (!file.eof() && !file) {
+    throw UsageError("cannot read the password file " + path);
+  }
+  text.resize(static_cast<std::size_t>(file.gcount()));
+  std::string line = text.substr(0, text.find_first_of("\r\n"));
+  if (line.empty() || text.size() > kMaxPasswordFile) {
+    throw UsageError("the first line of " + path + " is not a password");
+  }
+  return line;
+}
+
+std::string PasswordOf(const Arguments& arguments) {
+  if (!arguments.passwordFile.empty()) {
+    return ReadPasswordFile(arguments.passwordFile);
+  }
+  const char* const fromEnvironment = std::getenv("SIMCAM_PASSWORD");
+  return fromEnvironment == nullptr || *fromEnvironment == '\0' ? arguments.options.camera.password : fromEnvironment;
+}
+
+void CheckPort(const char* option, int first, int count) {
+  if (first > 0 && first + count - 1 > kMaxPort) {
+    throw UsageError(std::string(option) + ": " + std::to_string(count) + " ports from " + std::to_string(first) +
+                     " on go beyond " + std::to_string(kMaxPort) + "; begin lower");
+  }
+}
+
+ProgramOptions Finish(Arguments arguments) {
+  CheckPort("--port", arguments.port, arguments.options.count);
+  CheckPort("--control-port", arguments.controlPort, arguments.options.count);
+  CheckPort("--rtsp-port", arguments.rtspPort, arguments.options.count);
+  CameraOptions& camera = arguments.options.camera;
+  camera.port = static_cast<std::uint16_t>(arguments.port);
+  if (arguments.controlPort >= 0) {
+    camera.controlPort = static_cast<std::uint16_t>(arguments.controlPort);
+  }
+  if (!arguments.isWithoutStreams) {
+    camera.rtspPort = static_cast<std::uint16_t>(arguments.rtspPort);
+  }
+  camera.clockWindow = std::chrono::seconds(arguments.clockWindow);
+  const bool isServing = !arguments.options.isListAsked && !arguments.options.isQuirkListAsked;
+  if (isServing) {
+    camera.password = PasswordOf(arguments);
+  }
+  return arguments.options;
+}
+
+}  // namespace
+
+std::optional<ProgramOptions> ReadProgramOptions(int argc, char** argv) {
+  CLI::App app("A simulated ONVIF camera on 127.0.0.1", "simcam");
+  Arguments arguments;
+  DeclareLists(app, arguments);
+  DeclareCamera(app, arguments);
+  DeclarePorts(app, arguments);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::Success& request) {
+    app.exit(request);  // --help and --version
+    return std::nullopt;
+  } catch (const CLI::ParseError& error) {
+    throw UsageError(error.what());
+  }
+  return Finish(std::move(arguments));
+}
+
+}  // namespace simcam

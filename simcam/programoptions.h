@@ -1,0 +1,30 @@
+// The command line of the program simcam.
+#pragma once
+
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include "simcam/simcamera.h"
+
+namespace simcam {
+
+// Wrong use of the program; what() is the line for the user.
+class UsageError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+struct ProgramOptions {
+  bool isListAsked = false;
+  bool isQuirkListAsked = false;
+  std::string model = "ptz-dome";
+  int count = 1;         // of cameras
+  CameraOptions camera;  // of the first one; the ports of the others follow, unless they are 0
+};
+
+// Reads the command line, the password file and the environment. Returns nothing when it has answered by itself, as to
+// --help. Throws UsageError.
+std::optional<ProgramOptions> ReadProgramOptions(int argc, char** argv);
+
+}  // namespace simcam
