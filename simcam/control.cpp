@@ -37,7 +37,7 @@ struct Question {
 
 HttpAnswer JsonAnswer(int status, const Json& json) {
   // Texts of requests may hold bytes that are not UTF-8.
-  return {status, "application/json", json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n", {}};
+  return {status, "application/json", json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n", {}, {}};
 }
 
 // A web page elsewhere must not reach the camera through the browser of somebody who sits here: neither by a name that

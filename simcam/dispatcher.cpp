@@ -86,6 +86,7 @@ const std::string& PathOf(Service service, const CameraModel& model) {
 struct Dispatcher::Question {
   std::string_view path;
   const Endpoint& endpoint;
+  const HttpProof& proof;
   std::optional<SoapRequest> request;
   std::optional<SoapFault> fault;  // why there is no request
 
@@ -94,15 +95,21 @@ struct Dispatcher::Question {
 
 Dispatcher::Dispatcher(const CameraModel& model, CameraState& state, TokenChecker& tokens, const Clock& clock,
                        QuirkSet& quirks)
-    : m_model(model), m_state(state), m_clock(clock), m_quirks(quirks), m_start(clock.UtcNow()), m_guard(tokens) {}
+    : m_model(model),
+      m_state(state),
+      m_clock(clock),
+      m_quirks(quirks),
+      m_start(clock.UtcNow()),
+      m_guard(tokens, clock) {}
 
 bool Dispatcher::HasPath(std::string_view path) const {
   return !path.empty() && std::any_of(std::begin(kServices), std::end(kServices),
                                       [&](Service service) { return PathOf(service, m_model) == path; });
 }
 
-SoapAnswer Dispatcher::Answer(std::string_view path, const Endpoint& endpoint, std::string_view body) const {
-  Question question{path, endpoint, {}, {}};
+SoapAnswer Dispatcher::Answer(std::string_view path, const Endpoint& endpoint, std::string_view body,
+                              const HttpProof& proof) const {
+  Question question{path, endpoint, proof, {}, {}};
   try {
     question.request.emplace(body);
   } catch (const SoapFault& fault) {
@@ -122,17 +129,20 @@ SoapAnswer Dispatcher::Judge(const Question& question, const CallRules& rules) c
   ++m_requests;
   try {
     return {200, Run(question, rules), {}};
+  } catch (const AccessRefusal& refusal) {
+    ++m_refused;
+    return AnswerRefusal(refusal, rules.access.refusal);
   } catch (const SoapFault& fault) {
-    return AnswerFault(fault, rules.access.refusal);
+    ++m_faults;
+    return {fault.HttpStatus(), fault.Message(), {}};
   }
 }
 
-SoapAnswer Dispatcher::AnswerFault(const SoapFault& fault, const RefusalRules& rules) const {
-  const bool isRefusal = !fault.Subcodes().empty() && fault.Subcodes().front() == kNotAuthorized;
-  ++(isRefusal ? m_refused : m_faults);
-  SoapAnswer answer{fault.HttpStatus(), fault.Message(), {}};
-  if (!isRefusal) {
-    return answer;
+SoapAnswer Dispatcher::AnswerRefusal(const AccessRefusal& refusal, const RefusalRules& rules) {
+  SoapAnswer answer{refusal.HttpStatus(), refusal.Message(), {}};
+  for (const std::string& challenge : refusal.Challenges()) {
+    answer.httpStatus = 401;
+    answer.headers.emplace_back("WWW-Authenticate", challenge);
   }
   answer.httpStatus = rules.status.value_or(answer.httpStatus);
   if (rules.body != RefusalRules::Body::Fault) {
@@ -153,7 +163,7 @@ std::string Dispatcher::Run(const Question& question, const CallRules& rules) co
   const SoapRequest& request = *question.request;
   const Operation& operation = FindOperation(question.path, request);
   const BentClock clock(m_clock, m_start, rules.clock);
-  m_guard.Check(operation, request.Security(), clock, rules.access);
+  m_guard.Check(operation, {request.Security(), question.proof}, clock.UtcNow(), rules.access);
   if (rules.fault) {
     throw SoapFault(*rules.fault);
   }

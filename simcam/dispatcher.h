@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "simcam/access.h"
@@ -23,6 +24,7 @@ struct SoapAnswer {
   std::string body;
   WirePlan wire;
   std::string contentType = kSoapType;
+  std::vector<std::pair<std::string, std::string>> headers{};  // of HTTP, besides type and length
 };
 
 // Since the camera started.
@@ -52,14 +54,15 @@ class Dispatcher {
 
   // Answers a request that came to `path`. Whatever is wrong with it becomes a fault. The quirks that are switched on
   // for the operation bend the answer; a request without an operation counts as one with an empty name.
-  SoapAnswer Answer(std::string_view path, const Endpoint& endpoint, std::string_view body) const;
+  SoapAnswer Answer(std::string_view path, const Endpoint& endpoint, std::string_view body,
+                    const HttpProof& proof = HttpProof()) const;
 
  private:
   // A request that can be told apart, or what is wrong with it.
   struct Question;
 
   SoapAnswer Judge(const Question& question, const CallRules& rules) const;
-  SoapAnswer AnswerFault(const SoapFault& fault, const RefusalRules& rules) const;
+  static SoapAnswer AnswerRefusal(const AccessRefusal& refusal, const RefusalRules& rules);
   std::string Run(const Question& question, const CallRules& rules) const;
   const Operation& FindOperation(std::string_view path, const SoapRequest& request) const;
 

@@ -28,8 +28,10 @@ HttpAnswer Front::Answer(const HttpRequest& request) const {
 }
 
 HttpAnswer Front::AnswerService(const HttpRequest& request) const {
-  SoapAnswer answer = m_dispatcher.Answer(request.Path(), EndpointOf(request.host, request.port), request.body);
-  HttpAnswer shaped{answer.httpStatus, std::move(answer.contentType), std::move(answer.body), {}, std::move(answer.wire)};
+  SoapAnswer answer = m_dispatcher.Answer(request.Path(), EndpointOf(request.host, request.port), request.body,
+                                          {request.target, request.authorization});
+  HttpAnswer shaped{answer.httpStatus, std::move(answer.contentType), std::move(answer.body), std::move(answer.headers),
+                    std::move(answer.wire)};
   ShapeAnswer(shaped, request);
   return shaped;
 }

@@ -52,6 +52,9 @@ class TokenChecker {
   // has left the clock window, when the time alone refuses it.
   TokenVerdict Check(const XmlElement& security, Time now, const TokenRules& rules = TokenRules());
 
+  const std::string& User() const { return m_user; }
+  const std::string& Password() const { return m_password; }
+
   std::size_t RememberedNonces() const;
 
  private:

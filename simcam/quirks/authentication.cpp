@@ -55,6 +55,59 @@ void WantFraction(CallRules& rules, const QuirkValue&) {
   rules.access.token.fraction = TokenRules::Fraction::Wanted;
 }
 
+void WantDigest(CallRules& rules, const QuirkValue&) {
+  if (rules.access.proof == Proof::Token) {
+    rules.access.proof = Proof::Digest;
+  }
+}
+
+// What a choice of algorithms means, in the order in which the challenges stand.
+void WantProof(CallRules& rules, const QuirkValue& value, Proof proof) {
+  static const std::map<std::string, std::vector<DigestAlgorithm>> algorithms = {
+      {"md5", {DigestAlgorithm::Md5}},
+      {"sha-256", {DigestAlgorithm::Sha256}},
+      {"both", {DigestAlgorithm::Sha256, DigestAlgorithm::Md5}}};
+  rules.access.proof = proof;
+  rules.access.digest.algorithms = algorithms.at(value.Text());
+}
+
+void WantDigestOnly(CallRules& rules, const QuirkValue& value) {
+  WantProof(rules, value, Proof::Digest);
+}
+
+void WantTokenOrDigest(CallRules& rules, const QuirkValue& value) {
+  WantProof(rules, value, Proof::TokenOrDigest);
+}
+
+void WantTokenAndDigest(CallRules& rules, const QuirkValue& value) {
+  WantProof(rules, value, Proof::TokenAndDigest);
+}
+
+void MakeAllStale(CallRules& rules, const QuirkValue& value) {
+  WantDigest(rules, value);
+  rules.access.digest.isAlwaysStale = true;
+}
+
+void BeginWithUnknown(CallRules& rules, const QuirkValue& value) {
+  WantDigest(rules, value);
+  rules.access.digest.beginsWithUnknown = true;
+}
+
+void EndWithBasic(CallRules& rules, const QuirkValue& value) {
+  WantDigest(rules, value);
+  rules.access.digest.endsWithBasic = true;
+}
+
+void WantOpaque(CallRules& rules, const QuirkValue& value) {
+  WantDigest(rules, value);
+  rules.access.digest.wantsOpaque = true;
+}
+
+void SetRealm(CallRules& rules, const QuirkValue& value) {
+  WantDigest(rules, value);
+  rules.access.digest.realm = value.Text();
+}
+
 void LockAfter(CallRules& rules, const QuirkValue& value) {
   rules.access.triesUntilLock = static_cast<unsigned>(value.Whole());
 }
@@ -213,6 +266,55 @@ std::vector<Quirk> HowTokensAreChecked() {
   };
 }
 
+QuirkParameter Algorithms() {
+  return ChoiceParameter("the algorithm; both: two challenges", {"md5", "sha-256", "both"});
+}
+
+std::vector<Quirk> HowDigestIsWanted() {
+  return {
+      {"digest-wanted",
+       "HTTP Digest is wanted and tokens are not looked at: a client that knows only tokens stays out",
+       Algorithms(),
+       {},
+       RulesHook(WantDigestOnly)},
+      {"digest-or-token",
+       "a token or HTTP Digest is accepted, and Digest is asked for when there is no token",
+       Algorithms(),
+       {},
+       RulesHook(WantTokenOrDigest)},
+      {"digest-and-token",
+       "HTTP Digest and a token are wanted at once: each alone is refused",
+       Algorithms(),
+       {},
+       RulesHook(WantTokenAndDigest)},
+      {"digest-stale-always",
+       "HTTP Digest, and every nonce is stale when it comes back: a client tries without end",
+       {},
+       {},
+       RulesHook(MakeAllStale)},
+      {"digest-unknown-first",
+       "HTTP Digest, and the first challenge is of an unknown algorithm: a client must skip it",
+       {},
+       {},
+       RulesHook(BeginWithUnknown)},
+      {"digest-basic-beside",
+       "HTTP Digest, and a Basic challenge beside it: a careless client sends the password openly",
+       {},
+       {},
+       RulesHook(EndWithBasic)},
+      {"digest-opaque",
+       "HTTP Digest with an opaque text that must come back: a client that drops it is refused",
+       {},
+       {},
+       RulesHook(WantOpaque)},
+      {"digest-realm",
+       "HTTP Digest with an odd realm: a client that does not read quotes and escapes is refused",
+       TextParameter("the realm", "Camera \"Yard\", \\north"),
+       {},
+       RulesHook(SetRealm)},
+  };
+}
+
 std::vector<Quirk> HowRefusalsLook() {
   constexpr int kMinStatus = 200;
   constexpr int kMaxStatus = 599;
@@ -271,7 +373,7 @@ std::vector<Quirk> HowRefusalsLook() {
 
 QuirkGroup AuthenticationQuirks() {
   QuirkGroup group{"authentication", WhoIsAccepted()};
-  for (std::vector<Quirk> rows : {HowTokensAreChecked(), HowRefusalsLook()}) {
+  for (std::vector<Quirk> rows : {HowTokensAreChecked(), HowDigestIsWanted(), HowRefusalsLook()}) {
     std::move(rows.begin(), rows.end(), std::back_inserter(group.quirks));
   }
   return group;

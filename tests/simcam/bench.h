@@ -40,8 +40,9 @@ class Bench {
   const simcam::CameraState& State() const { return m_state; }
   const simcam::CameraModel& Model() const { return m_model; }
 
-  simcam::SoapAnswer Send(const std::string& path, const std::string& message) const {
-    return m_dispatcher.Answer(path, {"cam", "cam:8080", 8080}, message);
+  simcam::SoapAnswer Send(const std::string& path, const std::string& message,
+                          const std::string& authorization = "") const {
+    return m_dispatcher.Answer(path, {"cam", "cam:8080", 8080}, message, {path, authorization});
   }
 
   // Sends a signed operation; each call has a fresh token.

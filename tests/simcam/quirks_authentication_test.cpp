@@ -2,7 +2,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "simcam/simcamera.h"
 #include "tests/simcam/bench.h"
+#include "tests/simcam/digestclient.h"
 
 namespace {
 
@@ -247,6 +249,162 @@ TEST_F(AuthenticationQuirk, NthCallAloneIsRefused) {
   EXPECT_EQ(CodesOf(RightToken()), "");
   EXPECT_EQ(CodesOf(RightToken()), kRefused);
   EXPECT_EQ(CodesOf(RightToken()), "");
+}
+
+// The challenges of an answer.
+std::vector<std::string> Challenges(const SoapAnswer& answer) {
+  std::vector<std::string> challenges;
+  for (const auto& [name, value] : answer.headers) {
+    EXPECT_EQ(name, "WWW-Authenticate");
+    challenges.push_back(value);
+  }
+  return challenges;
+}
+
+class DigestQuirk : public AuthenticationQuirk {
+ protected:
+  SoapAnswer Send(const std::string& authorization, const std::string& header = "") const {
+    return m_bench.Send(kDevicePath, Envelope(header, Element("GetDeviceInformation", simcamtest::kDeviceNs)),
+                        authorization);
+  }
+
+  // The first challenge of a call without credentials, answered with that password.
+  std::string Login(const std::string& password = "simcam", std::size_t which = 0) const {
+    const std::vector<std::string> challenges = Challenges(Send(""));
+    if (which >= challenges.size()) {
+      ADD_FAILURE() << "no challenge " << which;
+      return std::string();
+    }
+    simcamtest::DigestLogin login = simcamtest::LoginFor(challenges[which], kDevicePath);
+    login.method = "POST";
+    login.password = password;
+    return simcamtest::DigestHeader(login);
+  }
+
+  std::string RightHeader() { return SecurityHeader(RightToken()); }
+};
+
+TEST_F(DigestQuirk, WithoutQuirksNobodyIsChallenged) {
+  EXPECT_EQ(Send("").httpStatus, 400);
+  EXPECT_TRUE(Challenges(Send("")).empty());
+}
+
+TEST_F(DigestQuirk, WantedAcceptsDigestAndNoToken) {
+  SwitchOn("digest-wanted");
+  const SoapAnswer refused = Send("", RightHeader());
+  EXPECT_EQ(refused.httpStatus, 401);
+  EXPECT_EQ(FaultCodes(refused), kRefused);
+  ASSERT_EQ(Challenges(refused).size(), 1U);
+  EXPECT_EQ(simcamtest::ChallengeValue(Challenges(refused).front(), "algorithm"), "MD5");
+  EXPECT_EQ(Send(Login()).httpStatus, 200);
+  EXPECT_EQ(Send(Login("wrong")).httpStatus, 401);
+  EXPECT_EQ(FaultCodes(Ask("", "GetCapabilities")), "") << "open operations stay open";
+}
+
+TEST_F(DigestQuirk, WantedRefusesARepeatedCountAsStale) {
+  SwitchOn("digest-wanted");
+  const std::string login = Login();
+  EXPECT_EQ(Send(login).httpStatus, 200);
+  EXPECT_EQ(Send(login).httpStatus, 401);
+}
+
+TEST_F(DigestQuirk, WantedWithOtherAlgorithms) {
+  SwitchOn("digest-wanted=sha-256");
+  ASSERT_EQ(Challenges(Send("")).size(), 1U);
+  EXPECT_EQ(simcamtest::ChallengeValue(Challenges(Send("")).front(), "algorithm"), "SHA-256");
+  EXPECT_EQ(Send(Login()).httpStatus, 200);
+  SwitchOn("digest-wanted=both");
+  ASSERT_EQ(Challenges(Send("")).size(), 2U);
+  EXPECT_EQ(Send(Login("simcam", 0)).httpStatus, 200);
+  EXPECT_EQ(Send(Login("simcam", 1)).httpStatus, 200);
+}
+
+TEST_F(DigestQuirk, OrTokenAcceptsEither) {
+  SwitchOn("digest-or-token");
+  EXPECT_EQ(Send("").httpStatus, 401);
+  EXPECT_EQ(Send(Login()).httpStatus, 200);
+  EXPECT_EQ(Send("", RightHeader()).httpStatus, 200);
+  EXPECT_EQ(Send("", SecurityHeader(WrongToken())).httpStatus, 400);
+  EXPECT_EQ(Send(Login("wrong")).httpStatus, 401);
+}
+
+TEST_F(DigestQuirk, AndTokenWantsBothAndLeavesTheTokenGoodForTheSecondTry) {
+  SwitchOn("digest-and-token");
+  EXPECT_EQ(Send(Login()).httpStatus, 400) << "no token";
+  const std::string token = RightHeader();
+  EXPECT_EQ(Send("", token).httpStatus, 401);
+  EXPECT_EQ(Send(Login(), token).httpStatus, 200);
+  EXPECT_EQ(Send(Login(), SecurityHeader(WrongToken())).httpStatus, 400);
+}
+
+TEST_F(DigestQuirk, StaleAlwaysNeverEnds) {
+  SwitchOn("digest-stale-always");
+  for (int i = 0; i < 3; ++i) {
+    const SoapAnswer answer = Send(Login());
+    EXPECT_EQ(answer.httpStatus, 401);
+    EXPECT_THAT(Challenges(answer).front(), HasSubstr("stale=true"));
+  }
+  EXPECT_THAT(Challenges(Send(Login("wrong"))).front(), Not(HasSubstr("stale")));
+}
+
+TEST_F(DigestQuirk, UnknownFirstLeavesTheSecondChallengeGood) {
+  SwitchOn("digest-unknown-first");
+  ASSERT_EQ(Challenges(Send("")).size(), 2U);
+  EXPECT_EQ(simcamtest::ChallengeValue(Challenges(Send("")).front(), "algorithm"), "SHA3-1024");
+  EXPECT_EQ(Send(Login("simcam", 1)).httpStatus, 200);
+}
+
+TEST_F(DigestQuirk, BasicBesideIsOfferedAndNotAccepted) {
+  SwitchOn("digest-basic-beside");
+  ASSERT_EQ(Challenges(Send("")).size(), 2U);
+  EXPECT_THAT(Challenges(Send("")).back(), testing::StartsWith("Basic realm="));
+  EXPECT_EQ(Send(Login()).httpStatus, 200);
+  EXPECT_EQ(Send("Basic " + simcamtest::Base64("admin:simcam")).httpStatus, 401);
+}
+
+TEST_F(DigestQuirk, OpaqueMustComeBack) {
+  SwitchOn("digest-opaque");
+  const std::string opaque = simcamtest::ChallengeValue(Challenges(Send("")).front(), "opaque");
+  ASSERT_FALSE(opaque.empty());
+  EXPECT_EQ(Send(Login()).httpStatus, 401);
+  EXPECT_EQ(Send(Login() + ", opaque=\"" + opaque + "\"").httpStatus, 200);
+}
+
+TEST_F(DigestQuirk, RealmIsQuotedAndEscaped) {
+  SwitchOn("digest-realm");
+  EXPECT_THAT(Challenges(Send("")).front(), HasSubstr("realm=\"Camera \\\"Yard\\\", \\\\north\""));
+  SwitchOn("digest-realm=Yard 7");
+  EXPECT_THAT(Challenges(Send("")).front(), HasSubstr("realm=\"Yard 7\""));
+  EXPECT_EQ(Send(Login()).httpStatus, 200);
+}
+
+TEST_F(DigestQuirk, LockoutCountsWrongDigestsToo) {
+  SwitchOn("digest-wanted");
+  SwitchOn("auth-lockout=2");
+  EXPECT_THAT(Send(Login("wrong")).body, HasSubstr("1 tries left"));
+  EXPECT_THAT(Send(Login("wrong")).body, HasSubstr("locked now"));
+  EXPECT_THAT(Send(Login()).body, HasSubstr("is locked"));
+}
+
+TEST(DigestOverHttp, ChallengeAndAnswerTravelInHeaders) {
+  simcam::CameraOptions options;
+  options.quirks = {"digest-wanted=both"};
+  const simcam::SimCamera camera(simcam::LoadModel("ptz-dome"), options);
+  const simcamtest::HttpConnection connection(camera.Port());
+  const std::string body = Envelope("", Element("GetDeviceInformation", simcamtest::kDeviceNs));
+  const simcamtest::HttpReply refused = connection.Post(kDevicePath, body);
+  EXPECT_EQ(refused.status, 401);
+  const std::string name = "WWW-Authenticate: ";
+  const std::size_t first = refused.head.find(name);
+  ASSERT_NE(refused.head.find(name, first + 1), std::string::npos) << refused.head;
+  const std::size_t begin = first + name.size();
+  simcamtest::DigestLogin login =
+      simcamtest::LoginFor(refused.head.substr(begin, refused.head.find("\r\n", begin) - begin), kDevicePath);
+  login.method = "POST";
+  std::string request = simcamtest::PostRequest(kDevicePath, body);
+  request.insert(request.find("Content-Length"), "Authorization: " + simcamtest::DigestHeader(login) + "\r\n");
+  connection.Send(request);
+  EXPECT_EQ(connection.Receive().status, 200);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 """The program simcam: its list, its ready line, its end."""
 
 import json
+import re
 import signal
 import socket
 import unittest
@@ -42,9 +43,9 @@ class Simcam(unittest.TestCase):
         for group in groups:
             self.assertRegex(group[0], r"^[a-z]+$")
             for line in group[1:]:
-                self.assertRegex(line, r"^  (\S+  +[a-zA-Z]|  +(value|only): \S)")
+                self.assertRegex(line, r"^  (\S.*  +\S.{19}|  +(value|only): \S)")
         self.assertEqual([group[0] for group in groups][:2], ["clock", "authentication"])
-        columns = {line.index(line.split(maxsplit=1)[1]) for group in groups for line in group[1:]
+        columns = {line.index(re.split(" {2,}", line.strip(), maxsplit=1)[1]) for group in groups for line in group[1:]
                    if not line.startswith("   ")}
         self.assertEqual(len(columns), 1, columns)
         self.assertIn("value: the language: zh, de, ja\n", listed.stdout)
