@@ -34,14 +34,8 @@ using Response = std::unique_ptr<MHD_Response, ResponseDeleter>;
 
 // A connection of a client, in the list of all of them.
 struct Connection {
-  enum class State {
-    Idle,
-    Asking,    // a request was begun
-    Answered,  // it is being answered past the library
-  };
-
   int socket = -1;
-  State state = State::Idle;
+  bool isAnswered = false;  // right now, past the library
   bool dropsNextRequest = false;
   std::shared_ptr<std::atomic<bool>> idleClose;  // calls off the end that was planned for an idle connection
 };
@@ -190,13 +184,13 @@ class HttpServer::Daemon {
     if (!exchange.hasBegun) {
       return daemon->Begin(connection, method, exchange);
     }
-    return *size > 0 ? TakeBody(exchange, data, size) : daemon->Finish(connection, exchange);
+    return *size > 0 ? daemon->TakeBody(connection, exchange, data, size) : daemon->Finish(connection, exchange);
   }
 
   // Everything is answered after the body: an answer that comes before would end the connection.
   MHD_Result Begin(MHD_Connection* connection, const char* method, Exchange& exchange) {
     Connection& entry = EntryOf(connection);
-    Mark(entry, Connection::State::Asking);
+    Touch(entry);
     if (entry.dropsNextRequest) {
       return MHD_NO;
     }
@@ -211,7 +205,8 @@ class HttpServer::Daemon {
   }
 
   // Returns MHD_NO, which drops the connection, when the client goes on long after the limit.
-  static MHD_Result TakeBody(Exchange& exchange, const char* data, std::size_t* size) {
+  MHD_Result TakeBody(MHD_Connection* connection, Exchange& exchange, const char* data, std::size_t* size) {
+    Touch(EntryOf(connection));
     exchange.received += *size;
     if (exchange.received <= kMaxRequestBody) {
       exchange.request.body.append(data, *size);
@@ -235,7 +230,7 @@ class HttpServer::Daemon {
 
   // The library leaves the connection alone until the sender is done with it; then it asks OnRequest again.
   MHD_Result SendPastLibrary(MHD_Connection* connection, const HttpAnswer& answer) {
-    Mark(EntryOf(connection), Connection::State::Answered);
+    EntryOf(connection).isAnswered = true;
     MHD_suspend_connection(connection);
     if (!m_sender.Take(MakeSending(connection, answer))) {
       MHD_resume_connection(connection);
@@ -248,7 +243,8 @@ class HttpServer::Daemon {
     *state = nullptr;
     Connection& entry = EntryOf(connection);
     auto* const daemon = static_cast<Daemon*>(self);
-    daemon->Mark(entry, Connection::State::Idle);
+    entry.isAnswered = false;
+    daemon->Touch(entry);
     if (exchange && exchange->answer && exchange->answer->wire.idleClose) {
       daemon->PlanIdleClose(entry, *exchange->answer->wire.idleClose);
     }
@@ -286,8 +282,7 @@ class HttpServer::Daemon {
   }
 
   // The most recently used connection stands last.
-  void Mark(Connection& entry, Connection::State state) {
-    entry.state = state;
+  void Touch(const Connection& entry) {
     for (auto place = m_connections.begin(); place != m_connections.end(); ++place) {
       if (&*place == &entry) {
         m_connections.splice(m_connections.end(), m_connections, place);
@@ -297,23 +292,19 @@ class HttpServer::Daemon {
   }
 
   // Clients that keep many connections open without asking anything, or without coming to the end of it, must not lock
-  // others out.
+  // others out: the one that nothing was heard of for the longest time goes. The socket is only shut down here: the
+  // server finds it at its end and closes it.
   void MakeRoom() {
-    if (m_connections.size() > kMaxOpenConnections && !CloseLongest(Connection::State::Idle)) {
-      CloseLongest(Connection::State::Asking);
+    if (m_connections.size() <= kMaxOpenConnections) {
+      return;
     }
-  }
-
-  // Returns whether there was one. The socket is only shut down here: the server finds it at its end and closes it.
-  bool CloseLongest(Connection::State state) {
     for (Connection& connection : m_connections) {
-      if (connection.state == state && connection.socket >= 0) {
+      if (!connection.isAnswered && connection.socket >= 0) {
         shutdown(connection.socket, SHUT_RDWR);
         connection.socket = -1;
-        return true;
+        return;
       }
     }
-    return false;
   }
 
   const Handler m_handler;

@@ -1,0 +1,204 @@
+// What clients that send too much, or hold too much, can do to a camera: nothing to others, and nothing to its memory.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "simcam/simcamera.h"
+#include "tests/simcam/client.h"
+
+namespace {
+
+using simcam::SimCamera;
+using simcamtest::Element;
+using simcamtest::Envelope;
+using simcamtest::HttpConnection;
+using simcamtest::kDeviceNs;
+using testing::HasSubstr;
+
+constexpr const char* kDevicePath = "/onvif/device_service";
+constexpr std::size_t kMebibyte = std::size_t{1024} * 1024;
+constexpr std::chrono::seconds kLongest{10};
+
+std::string DateRequest() {
+  return Envelope("", Element("GetSystemDateAndTime", kDeviceNs));
+}
+
+std::string HeadWith(const std::string& headers) {
+  return std::string("POST ") + kDevicePath + " HTTP/1.1\r\nHost: x\r\n" + headers;
+}
+
+// More descriptors for this process, as far as it may have them, until the end of the object.
+class ManyDescriptors {
+ public:
+  ManyDescriptors() {
+    getrlimit(RLIMIT_NOFILE, &m_before);
+    rlimit more = m_before;
+    more.rlim_cur = std::min<rlim_t>(more.rlim_max, 4096);
+    setrlimit(RLIMIT_NOFILE, &more);
+  }
+  ~ManyDescriptors() { setrlimit(RLIMIT_NOFILE, &m_before); }
+  ManyDescriptors(const ManyDescriptors&) = delete;
+  ManyDescriptors& operator=(const ManyDescriptors&) = delete;
+
+ private:
+  rlimit m_before{};
+};
+
+std::size_t OpenDescriptors() {
+  const std::filesystem::directory_iterator all("/proc/self/fd");
+  return static_cast<std::size_t>(std::distance(begin(all), end(all)));
+}
+
+// Resident memory of this process, in bytes.
+std::size_t Memory() {
+  std::ifstream file("/proc/self/statm");
+  std::size_t pages = 0;
+  file >> pages >> pages;
+  return pages * 4096;
+}
+
+class HttpLimits : public testing::Test {
+ protected:
+  // Another client is served, and soon.
+  void ExpectServed() const {
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(HttpConnection(m_camera.Port()).Post(kDevicePath, DateRequest()).status, 200);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+  }
+
+  SimCamera m_camera{simcam::LoadModel("ptz-dome")};
+};
+
+class BadClients : public HttpLimits, public testing::WithParamInterface<const char*> {};
+
+// Headers by which each of very many connections begins a request that it never ends; nothing: it stays silent.
+INSTANTIATE_TEST_SUITE_P(
+    Begin, BadClients,
+    testing::Values("", "POST /onvif/device_service HTTP/1.1\r\nHost:",
+                    "POST /onvif/device_service HTTP/1.1\r\nHost: x\r\nContent-Length: 500\r\n\r\n<a>",
+                    "POST /onvif/device_service HTTP/1.1\r\nHost: x\r\nTransfer-Encoding: chunked\r\n\r\n"
+                    "5\r\n<a>"),
+    [](const auto& row) { return "way_" + std::to_string(row.index); });
+
+TEST_P(BadClients, AThousandOfThemDoNotLockOthersOut) {
+  constexpr std::size_t kCount = 1000;
+  const ManyDescriptors more;
+  const std::size_t before = OpenDescriptors();
+  std::vector<std::unique_ptr<HttpConnection>> all;
+  for (std::size_t i = 0; i < kCount; ++i) {
+    all.push_back(std::make_unique<HttpConnection>(m_camera.Port()));
+    ASSERT_TRUE(all.back()->IsOpen()) << i;
+    all.back()->Send(GetParam());
+  }
+  ExpectServed();
+  // This process holds both ends of each connection.
+  EXPECT_LT(OpenDescriptors(), before + kCount + 400) << "the camera holds too many descriptors";
+  EXPECT_TRUE(all.front()->IsClosedByPeer());
+}
+
+TEST_F(HttpLimits, AThousandClientsThatWaitForNoAnswerDoNotLockOthersOut) {
+  const ManyDescriptors more;
+  m_camera.SwitchOn("http-no-answer@GetServices");
+  const std::size_t before = OpenDescriptors();
+  std::vector<std::unique_ptr<HttpConnection>> all;
+  for (std::size_t i = 0; i < 1000; ++i) {
+    all.push_back(std::make_unique<HttpConnection>(m_camera.Port()));
+    all.back()->Send(simcamtest::PostRequest(kDevicePath, Envelope("", Element("GetServices", kDeviceNs))));
+  }
+  ExpectServed();
+  EXPECT_LT(OpenDescriptors(), before + 1000 + 500);
+}
+
+TEST_F(HttpLimits, AHugeBodyIsCutOffEarlyAndNotKept) {
+  const std::size_t before = Memory();
+  const HttpConnection connection(m_camera.Port());
+  connection.Send(HeadWith("Content-Length: 104857600\r\n\r\n"));
+  const std::string piece(kMebibyte, ' ');
+  std::size_t sent = 0;
+  for (int i = 0; i < 100; ++i) {
+    const std::size_t count = connection.Send(piece);
+    sent += count;
+    if (count < piece.size()) {
+      break;
+    }
+  }
+  EXPECT_LT(sent, 40 * kMebibyte) << "what the system's buffers take, and no more";
+  EXPECT_LT(Memory(), before + 32 * kMebibyte);
+  ExpectServed();
+}
+
+TEST_F(HttpLimits, HugeChunksAreCutOffEarly) {
+  const HttpConnection connection(m_camera.Port());
+  connection.Send(HeadWith("Transfer-Encoding: chunked\r\n\r\n"));
+  const std::string chunk = "100000\r\n" + std::string(kMebibyte, ' ') + "\r\n";
+  int sent = 0;
+  while (sent < 100 && connection.Send(chunk) == chunk.size()) {
+    ++sent;
+  }
+  EXPECT_LT(sent, 40);
+  ExpectServed();
+}
+
+TEST_F(HttpLimits, FloodsOfHeadersAreRefused) {
+  std::string many;
+  for (int i = 0; i < 100000; ++i) {
+    many += "X-Header-" + std::to_string(i) + ": x\r\n";
+  }
+  for (const std::string& flood :
+       {many, "X-Long: " + std::string(4 * kMebibyte, 'x') + "\r\n", std::string(kMebibyte, 'x') + ": x\r\n",
+        "X-Folded: x\r\n" + std::string(kMebibyte, ' ') + "x\r\n"}) {
+    const HttpConnection connection(m_camera.Port());
+    connection.Send(HeadWith(flood) + "Content-Length: 0\r\n\r\n");
+    const auto answer = connection.ReceiveAll(kLongest);
+    EXPECT_NE(answer.end, HttpConnection::End::Silent) << flood.substr(0, 20);
+    EXPECT_THAT(answer.bytes, testing::Not(HasSubstr(" 200 "))) << flood.substr(0, 20);
+    ExpectServed();
+  }
+}
+
+TEST_F(HttpLimits, TwoLengthsOrBothFramingsAreNoWayIn) {
+  for (const char* const headers :
+       {"Content-Length: 5\r\nContent-Length: 500\r\n\r\n", "Content-Length: -1\r\n\r\n",
+        "Content-Length: 99999999999999999999\r\n\r\n", "Transfer-Encoding: chunked\r\n\r\nffffffffffffffffffff\r\n",
+        "Transfer-Encoding: chunked\r\n\r\nxyz\r\n"}) {
+    const HttpConnection connection(m_camera.Port());
+    connection.Send(HeadWith(headers));
+    ExpectServed();
+  }
+}
+
+TEST_F(HttpLimits, ManyPipelinedRequestsAreAllAnswered) {
+  constexpr std::size_t kCount = 200;
+  const HttpConnection connection(m_camera.Port());
+  std::string requests;
+  for (std::size_t i = 0; i < kCount; ++i) {
+    requests += simcamtest::PostRequest(kDevicePath, DateRequest());
+  }
+  connection.Send(requests);
+  std::string answers;
+  const auto count = [&answers] {
+    std::size_t found = 0;
+    for (std::size_t place = answers.find("</env:Envelope>"); place != std::string::npos;
+         place = answers.find("</env:Envelope>", place + 1)) {
+      ++found;
+    }
+    return found;
+  };
+  while (count() < kCount) {
+    const std::string some = connection.ReceiveAll(std::chrono::milliseconds(500)).bytes;
+    ASSERT_FALSE(some.empty()) << "after " << count() << " answers";
+    answers += some;
+  }
+  EXPECT_EQ(count(), kCount);
+}
+
+}  // namespace
