@@ -79,7 +79,7 @@ Response MakeResponse(const HttpAnswer& answer) {
     Response response(
         MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, kChunk, ChunkedBody::Read, body.get(), ChunkedBody::Free));
     if (response) {
-      body.release();
+      static_cast<void>(body.release());  // now the library's
     }
     return response;
   }

@@ -134,11 +134,11 @@ struct Job {
   bool isSilent = false;
 };
 
-// A TCP socket that is disconnected tells its other side by a reset, at once.
+// A TCP socket that is disconnected tells its other side by a reset, at once. Where that fails, there is no other side.
 void Reset(int socket) {
   sockaddr nowhere{};
   nowhere.sa_family = AF_UNSPEC;
-  connect(socket, &nowhere, sizeof nowhere);
+  [[maybe_unused]] const int result = connect(socket, &nowhere, sizeof nowhere);
 }
 
 // Returns false when the connection is broken.

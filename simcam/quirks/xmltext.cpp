@@ -105,9 +105,9 @@ void AppendToNames(std::string& answer, const std::string& text) {
 }
 
 void Transcode(std::string& answer, const char* charset) {
-  const iconv_t handle = iconv_open(charset, "UTF-8");
+  void* const handle = iconv_open(charset, "UTF-8");
   // iconv tells failure by a pointer that is all ones.
-  if (handle == reinterpret_cast<iconv_t>(-1)) {  // NOLINT(performance-no-int-to-ptr)
+  if (handle == reinterpret_cast<void*>(-1)) {  // NOLINT(performance-no-int-to-ptr)
     throw std::bad_alloc();
   }
   const std::unique_ptr<void, IconvDeleter> converter(handle);
