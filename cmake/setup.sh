@@ -10,6 +10,7 @@ stream_packages=(libgstrtspserver-1.0-dev libgstreamer-plugins-base1.0-dev gstre
 player_packages=(ffmpeg)
 test_packages=(libgtest-dev libgmock-dev python3 python3-lxml curl binutils gzip util-linux valgrind)
 check_packages=(clang-format clang-tidy)
+fuzz_packages=(clang libclang-rt-14-dev)
 
 # have_package NAME: whether the package is installed.
 have_package() {
