@@ -69,7 +69,9 @@ int RunCommand(const Arguments& arguments) {
   const Command& command = FindCommand(arguments.command);
   const Task task = command.prepare(arguments.request);
   Console console(arguments.json);
-  const Target target = OpenTarget(arguments.connection);
+  ConnectionOptions connection = arguments.connection;
+  connection.streams = command.plays && !arguments.request.Has("--no-play");
+  const Target target = OpenTarget(connection);
   Session session(target.connection);
   Runner runner(session, console, command.show);
   task(runner);
@@ -85,31 +87,48 @@ const std::vector<Command>& Commands() {
   static const std::vector<Command> commands = {
       {{"test", "Test whether the camera answers and accepts the account", {}, {}},
        ShowSteps::All,
+       false,
        &Plain<&RunTestCommand>},
-      {{"info", "Show what the camera is", {}, {}}, ShowSteps::Failed, &Plain<&RunInfoCommand>},
+      {{"info", "Show what the camera is", {}, {}}, ShowSteps::Failed, false, &Plain<&RunInfoCommand>},
       {{"caps", "Show what the camera can do, as a server would store it", {}, kCapsOptions},
        ShowSteps::Failed,
+       false,
        &PrepareCaps},
-      {{"paths", "Show where the streams and the snapshot are", {}, {}}, ShowSteps::Failed, &Plain<&RunPathsCommand>},
-      {{"play", "Play a stream, and measure what it carries", {}, kPlayOptions}, ShowSteps::Failed, &PreparePlay},
+      {{"paths", "Show where the streams and the snapshot are", {}, {}},
+       ShowSteps::Failed,
+       false,
+       &Plain<&RunPathsCommand>},
+      {{"play", "Play a stream, and measure what it carries", {}, kPlayOptions}, ShowSteps::Failed, true, &PreparePlay},
       {{"snapshot", "Fetch the camera's picture of now into a JPEG file", {"FILE"}, {}},
        ShowSteps::Failed,
+       false,
        &PrepareSnapshot},
-      {{"stream", "Set the recording and the live stream", {"set"}, kStreamOptions}, ShowSteps::Failed, &PrepareStream},
-      {{"audio", "Choose the audio codec of both streams", {"set AAC|G711|G726"}, {}}, ShowSteps::All, &PrepareAudio},
+      {{"stream", "Set the recording and the live stream", {"set"}, kStreamOptions},
+       ShowSteps::Failed,
+       false,
+       &PrepareStream},
+      {{"audio", "Choose the audio codec of both streams", {"set AAC|G711|G726"}, {}},
+       ShowSteps::All,
+       false,
+       &PrepareAudio},
       {{"ptz",
         "Move the lens: left, right, up, down, in, out, home, or a direction code",
         {"move DIRECTION", "start DIRECTION", "stop [DIRECTION]", "home"},
         kPtzOptions},
        ShowSteps::All,
+       false,
        &PreparePtz},
       {{"preset",
         "List, store, visit and delete the server's presets, 0 to the camera's count less 1",
         {"list", "set NUMBER", "goto NUMBER", "delete NUMBER|NAME"},
         kPresetOptions},
        ShowSteps::Failed,
+       false,
        &PreparePreset},
-      {{"tour", "Live through a camera's whole life, step by step", {}, kTourOptions}, ShowSteps::All, &PrepareTour}};
+      {{"tour", "Live through a camera's whole life, step by step", {}, kTourOptions},
+       ShowSteps::All,
+       true,
+       &PrepareTour}};
   return commands;
 }
 

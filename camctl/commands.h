@@ -17,6 +17,7 @@ using Task = std::function<void(Runner& runner)>;
 struct Command {
   CommandHelp help;
   ShowSteps show;
+  bool plays;  ///< a simulated camera must serve streams for it, unless it gets --no-play
   Task (*prepare)(const Request& request);
 };
 

@@ -9,6 +9,7 @@
 #include "camctl/usageerror.h"
 #include "camctl/values.h"
 #include "simcam/quirks/quirkset.h"
+#include "simcam/rtspserver.h"
 
 namespace camctl {
 
@@ -94,6 +95,8 @@ Target SimulatedTarget(const ConnectionOptions& options) {
   CheckQuirks(options.quirks);
   simcam::CameraOptions camera;
   camera.quirks = options.quirks;
+  std::string reason;
+  if (options.streams && simcam::RtspServer::IsAvailable(reason)) camera.rtspPort = 0;
   const std::string model = options.simulated->empty() ? kDefaultModel : *options.simulated;
   Target target;
   target.connection.simulated = model;

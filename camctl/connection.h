@@ -33,6 +33,7 @@ struct ConnectionOptions {
   std::optional<std::string> passwordFile;
   std::optional<std::string> simulated;  ///< model; an empty text means the default one
   std::vector<std::string> quirks;       ///< of the simulated camera
+  bool streams = false;                  ///< whether the simulated camera serves streams, where it can
 };
 
 /// How to reach one camera.
