@@ -100,7 +100,7 @@ HttpAnswer SnapshotService::Picture(const std::string& token) {
   if (encoder == nullptr) {
     return PlainAnswer(404, "the profile has no video encoder");
   }
-  return {200, "image/jpeg", Draw(*profile, *encoder), {{"Cache-Control", "no-store"}}};
+  return {200, "image/jpeg", Draw(*profile, *encoder), {{"Cache-Control", "no-store"}}, {}};
 }
 
 std::string SnapshotService::Draw(const Profile& profile, const VideoEncoderConfiguration& encoder) {
