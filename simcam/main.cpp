@@ -53,13 +53,13 @@ std::string DecideOnStreams(std::optional<std::uint16_t>& rtspPort) {
 void PrintReady(const simcam::SimCamera& camera, const std::string& user, const std::string& noStreams) {
   std::printf("simcam: %s listening on http://127.0.0.1:%u%s (user %s)\n", camera.Model().name.c_str(),
               unsigned{camera.Port()}, camera.Model().paths.device.c_str(), user.c_str());
-  if (camera.ControlPort() != 0) {
-    std::printf("simcam: control on http://127.0.0.1:%u/\n", unsigned{camera.ControlPort()});
-  }
   if (camera.StreamPort()) {
     std::printf("simcam: streams on rtsp://127.0.0.1:%u\n", unsigned{*camera.StreamPort()});
   } else {
     std::printf("simcam: no streams: %s\n", noStreams.c_str());
+  }
+  if (camera.ControlPort() != 0) {
+    std::printf("simcam: control on http://127.0.0.1:%u/\n", unsigned{camera.ControlPort()});
   }
 }
 

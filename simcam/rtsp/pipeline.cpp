@@ -8,9 +8,14 @@ namespace simcam {
 
 namespace {
 
-constexpr int kMinSize = 16;           // pixels; no codec here goes below
-constexpr int kMaxSize = 4096;         // pixels
-constexpr int kMaxRtpJpegSize = 4096;  // pixels; the header of RTP/JPEG counts blocks of 8 in one byte
+struct CodecLimits {
+  int largest;  // pixels of the longer side
+  int step;     // pixels; a side that is no multiple would arrive cut or padded
+};
+
+// By codec. The header of RTP/JPEG counts blocks of 8 pixels in one byte.
+constexpr CodecLimits kLimits[kVideoCodecs] = {{2040, 8}, {kMaxPictureEdge, 1}, {kMaxPictureEdge, 2}};
+
 constexpr int kBitsPerKbit = 1000;
 
 // Before each payloader: a viewer who wants pictures alone leaves the sound unlinked, which must not end the stream.
@@ -123,10 +128,14 @@ std::string AudioText(const AudioEncoderConfiguration& audio) {
 }  // namespace
 
 std::string WhyNotStreamable(const VideoEncoderConfiguration& video) {
-  const int limit = video.codec == VideoCodec::Jpeg ? kMaxRtpJpegSize : kMaxSize;
+  const CodecLimits& limits = kLimits[static_cast<std::size_t>(video.codec)];
   const auto [smaller, larger] = std::minmax(video.width, video.height);
-  if (smaller < kMinSize || larger > limit) {
-    return "pictures of this codec are sent from " + Number(kMinSize) + " to " + Number(limit) + " pixels a side";
+  if (smaller < kMinPictureEdge || larger > limits.largest) {
+    return "pictures of this codec are sent from " + Number(kMinPictureEdge) + " to " + Number(limits.largest) +
+           " pixels a side";
+  }
+  if (video.width % limits.step != 0 || video.height % limits.step != 0) {
+    return "pictures of this codec have sides that are multiples of " + Number(limits.step) + " pixels";
   }
   return video.frameRate < 1 ? "a stream has at least one frame per second" : "";
 }

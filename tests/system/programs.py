@@ -115,6 +115,7 @@ class Camera:
         self.process = subprocess.Popen([SIMCAM, "--model", model, *port, *arguments], env=environment(),
                                         stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         self.ready_line = read_line(self.process.stdout)
+        self.streams_line = read_line(self.process.stdout) if self.ready_line else ""
         match = self.READY.match(self.ready_line)
         if not match:
             self.kill()
@@ -129,17 +130,20 @@ class Camera:
         self.kill()
 
     def control_address(self):
-        """Reads on to the line that tells where the camera is controlled; to be called once."""
+        """Reads the line that tells where the camera is controlled; to be called once."""
         line = read_line(self.process.stdout)
-        while line.startswith("simcam: ") and not line.startswith("simcam: control"):
-            line = read_line(self.process.stdout)
         match = re.match(r"^simcam: control on (http://127\.0\.0\.1:\d+/)\n$", line)
         if not match:
             raise AssertionError(f"simcam's control line is {line!r}")
         return match.group(1)
 
+    def further_ports(self, count):
+        """The ports of the other cameras of the program; to be called once."""
+        lines = [read_line(self.process.stdout) for _ in range(2 * count)]
+        return [int(self.READY.match(line).group(2)) for line in lines[::2]]
+
     def end(self, number=signal.SIGTERM):
-        """Asks it to end; returns its status and what it printed after the ready line."""
+        """Asks it to end; returns its status and what it printed after its two first lines."""
         self.process.send_signal(number)
         output, errors = self.process.communicate(timeout=READY_S)
         return self.process.returncode, output.decode(), errors.decode()

@@ -78,8 +78,7 @@ class Simcam(unittest.TestCase):
 
     def test_count_starts_cameras_with_a_ready_line_each(self):
         with programs.Camera("fixed-box", "--count", "5") as camera:
-            lines = [programs.read_line(camera.process.stdout) for _ in range(4)]
-            ports = {int(programs.Camera.READY.match(line).group(2)) for line in lines}
+            ports = set(camera.further_ports(4))
             self.assertEqual(len(ports | {camera.port}), 5)
             for port in ports:
                 with socket.create_connection(("127.0.0.1", port)):
@@ -88,9 +87,7 @@ class Simcam(unittest.TestCase):
     def test_ports_of_many_cameras_follow_each_other(self):
         base = programs.free_ports(3)
         with programs.Camera("fixed-box", "--port", str(base), "--count", "3") as camera:
-            lines = [programs.read_line(camera.process.stdout) for _ in range(2)]
-            ports = [int(programs.Camera.READY.match(line).group(2)) for line in lines]
-            self.assertEqual([camera.port, *ports], [base, base + 1, base + 2])
+            self.assertEqual([camera.port, *camera.further_ports(2)], [base, base + 1, base + 2])
 
     def test_wrong_counts_and_ports_are_wrong_usage(self):
         for arguments in (["--count", "0"], ["--count", "201"], ["--port", "65535", "--count", "2"],
@@ -107,6 +104,13 @@ class Simcam(unittest.TestCase):
 
     def curl(self, *arguments):
         return programs.run("curl", "--silent", "--show-error", "--noproxy", "*", "--max-time", "30", *arguments).stdout
+
+    def test_second_line_tells_where_the_streams_are_or_why_there_are_none(self):
+        with programs.Camera() as camera:
+            self.assertRegex(camera.streams_line,
+                             r"^simcam: (streams on rtsp://127\.0\.0\.1:[1-9]\d*|no streams: \S.*)\n$")
+        with programs.Camera("ptz-dome", "--no-rtsp") as camera:
+            self.assertEqual(camera.streams_line, "simcam: no streams: switched off by --no-rtsp\n")
 
     def test_port_in_use_is_told(self):
         with programs.Camera() as camera:
