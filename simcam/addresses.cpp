@@ -86,9 +86,9 @@ Endpoint EndpointOf(const std::string& hostHeader, std::uint16_t port) {
   const std::string_view host = header.substr(0, colon);
   const bool hasGoodPort = colon == std::string_view::npos || IsPort(header.substr(colon + 1));
   if (hasGoodPort && (IsHostName(host) || IsIpv6Literal(host))) {
-    return {std::string(host), hostHeader, port};
+    return {std::string(host), hostHeader, port, {}};
   }
-  return {"127.0.0.1", "127.0.0.1:" + std::to_string(port), port};
+  return {"127.0.0.1", "127.0.0.1:" + std::to_string(port), port, {}};
 }
 
 std::string HttpUrl(const Endpoint& endpoint, const std::string& path) {

@@ -14,6 +14,7 @@ struct Endpoint {
   std::string host;        // name or address, IPv6 in brackets
   std::string authority;   // host with the port as the client wrote it
   std::uint16_t port = 0;  // where the camera listens
+  std::string query = {};  // what stood behind the path and a question mark
 };
 
 // Takes the Host header of a request; 127.0.0.1 and `port` when it is missing or not a host and a port.

@@ -55,7 +55,7 @@ void GetAudioEncoderConfigurationOptions(const Call& call, XmlWriter& response) 
     FindEncoder(call.state.Media(), encoder.RawText());
   }
   if (profile.Exists()) {
-    call.state.FindProfile(profile.RawText());
+    call.state.FindProfile(ProfileArgument(call));
   }
   response.Open("trt:Options");
   for (const AudioCodecOptions& codec : call.model.audioCodecs) {
@@ -72,7 +72,7 @@ void SetAudioEncoderConfiguration(const Call& call, XmlWriter&) {
   const XmlElement configuration = call.request.Argument("Configuration");
   ReadBoolean(call.request.Argument("ForcePersistence"));
   call.state.ChangeAudioEncoder(ReadConfigurationToken(configuration), [&](AudioEncoderConfiguration& encoder) {
-    ReadAudioEncoder(configuration, call.model.audioCodecs, encoder);
+    ReadAudioEncoder(configuration, call.model.audioCodecs, call.rules, encoder);
   });
 }
 

@@ -12,6 +12,7 @@ namespace simcam {
 
 namespace {
 
+constexpr int kNotFound = 404;
 constexpr Service kServices[] = {Service::Device, Service::Media, Service::Ptz};
 
 constexpr const char* kRefusalPage =
@@ -28,6 +29,14 @@ SoapFault UnknownNamespace(const CameraModel& model, const XmlElement& operation
   }
   return SoapFault("Sender", {"Namespace"},
                    "no service of the camera has the namespace " + std::string(operation.Namespace()));
+}
+
+// The device service is where clients begin: they know its address before any answer could tell them a query.
+void CheckQuery(const Operation& operation, const Endpoint& endpoint, const CallRules& rules) {
+  if (!rules.neededQuery.empty() && operation.service != Service::Device && endpoint.query != rules.neededQuery) {
+    throw SoapFault("Sender", {"ActionNotSupported"}, "nothing is served without the query " + rules.neededQuery)
+        .WithStatus(kNotFound);
+  }
 }
 
 std::string WriteResponse(const Operation& operation, const Call& call) {
@@ -103,8 +112,12 @@ Dispatcher::Dispatcher(const CameraModel& model, CameraState& state, TokenChecke
       m_guard(tokens, clock) {}
 
 bool Dispatcher::HasPath(std::string_view path) const {
-  return !path.empty() && std::any_of(std::begin(kServices), std::end(kServices),
-                                      [&](Service service) { return PathOf(service, m_model) == path; });
+  if (path.empty()) {
+    return false;
+  }
+  const auto isHere = [&](Service service) { return PathOf(service, m_model) == path; };
+  return std::any_of(std::begin(kServices), std::end(kServices), isHere) ||
+         CallQuirks(m_quirks.Active()).Rules().otherPath == path;
 }
 
 SoapAnswer Dispatcher::Answer(std::string_view path, const Endpoint& endpoint, std::string_view body,
@@ -161,7 +174,8 @@ std::string Dispatcher::Run(const Question& question, const CallRules& rules) co
     throw SoapFault(*question.fault);
   }
   const SoapRequest& request = *question.request;
-  const Operation& operation = FindOperation(question.path, request);
+  const Operation& operation = FindOperation(question.path, request, rules);
+  CheckQuery(operation, question.endpoint, rules);
   const BentClock clock(m_clock, m_start, rules.clock);
   m_guard.Check(operation, {request.Security(), question.proof}, clock.UtcNow(), rules.access);
   if (rules.fault) {
@@ -170,7 +184,8 @@ std::string Dispatcher::Run(const Question& question, const CallRules& rules) co
   return WriteResponse(operation, Call{m_model, m_state, clock, question.endpoint, request, rules});
 }
 
-const Operation& Dispatcher::FindOperation(std::string_view path, const SoapRequest& request) const {
+const Operation& Dispatcher::FindOperation(std::string_view path, const SoapRequest& request,
+                                           const CallRules& rules) const {
   const XmlElement element = request.Operation();
   const auto isOfNamespace = [&](Service service) {
     return !PathOf(service, m_model).empty() && NamespaceOf(service, m_model) == element.Namespace();
@@ -180,7 +195,7 @@ const Operation& Dispatcher::FindOperation(std::string_view path, const SoapRequ
   }
   const auto answers = [&](const Operation& operation) {
     return operation.name == element.Name() && isOfNamespace(operation.service) &&
-           PathOf(operation.service, m_model) == path && Supports(m_model, operation);
+           (PathOf(operation.service, m_model) == path || rules.otherPath == path) && Supports(m_model, operation);
   };
   const auto found = std::find_if(AllOperations().begin(), AllOperations().end(), answers);
   if (found == AllOperations().end()) {

@@ -47,7 +47,7 @@ class Dispatcher {
   // The references must outlive the dispatcher.
   Dispatcher(const CameraModel& model, CameraState& state, TokenChecker& tokens, const Clock& clock, QuirkSet& quirks);
 
-  // True when a service of the camera lives at the path.
+  // True when a service of the camera lives at the path, or a quirk has one answer there.
   bool HasPath(std::string_view path) const;
 
   CallCounts Counts() const;
@@ -64,7 +64,7 @@ class Dispatcher {
   SoapAnswer Judge(const Question& question, const CallRules& rules) const;
   static SoapAnswer AnswerRefusal(const AccessRefusal& refusal, const RefusalRules& rules);
   std::string Run(const Question& question, const CallRules& rules) const;
-  const Operation& FindOperation(std::string_view path, const SoapRequest& request) const;
+  const Operation& FindOperation(std::string_view path, const SoapRequest& request, const CallRules& rules) const;
 
   const CameraModel& m_model;
   CameraState& m_state;

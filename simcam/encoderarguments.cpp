@@ -5,6 +5,7 @@
 #include "simcam/camerastate.h"
 #include "simcam/configurationwriter.h"
 #include "simcam/encoderoptions.h"
+#include "simcam/encodersettings.h"
 #include "simcam/mediawriters.h"
 #include "simcam/namespaces.h"
 #include "simcam/soapfault.h"
@@ -86,8 +87,9 @@ void ReadCodecSettings(const XmlElement& settings, VideoEncoderConfiguration& en
 
 }  // namespace
 
-void ReadVideoEncoder(const XmlElement& configuration, const VideoEncoderOptions& options,
+void ReadVideoEncoder(const XmlElement& configuration, const VideoEncoderOptions& options, const CallRules& rules,
                       VideoEncoderConfiguration& encoder) {
+  const VideoEncoderConfiguration before = encoder;
   encoder.name = ReadName(configuration);
   StartCodec(ReadCodec(configuration), options, encoder);
   const XmlElement resolution = RequiredChild(configuration, "Resolution");
@@ -97,6 +99,10 @@ void ReadVideoEncoder(const XmlElement& configuration, const VideoEncoderOptions
   ReadRateControl(configuration.Child(ns::kSchema, "RateControl"), encoder);
   ReadCodecSettings(configuration.Child(ns::kSchema, NameOf(encoder.codec)), encoder);
   CheckStreaming(configuration);
+  KeepSettings(rules.ignoredSettings, before, encoder);
+  if (rules.clampsEncoders) {
+    Clamp(encoder, options);
+  }
   const std::string problem = ProblemOf(encoder, options);
   if (!problem.empty()) {
     throw NotOffered(problem);
@@ -104,12 +110,15 @@ void ReadVideoEncoder(const XmlElement& configuration, const VideoEncoderOptions
 }
 
 void ReadAudioEncoder(const XmlElement& configuration, const std::vector<AudioCodecOptions>& codecs,
-                      AudioEncoderConfiguration& encoder) {
+                      const CallRules& rules, AudioEncoderConfiguration& encoder) {
   encoder.name = ReadName(configuration);
   encoder.encoding = RequiredChild(configuration, "Encoding").Text();
   encoder.bitrate = ReadWhole(RequiredChild(configuration, "Bitrate"));
   encoder.sampleRate = ReadWhole(RequiredChild(configuration, "SampleRate"));
   CheckStreaming(configuration);
+  if (rules.clampsEncoders) {
+    Clamp(encoder, codecs);
+  }
   const std::string problem = ProblemOf(encoder, codecs);
   if (!problem.empty()) {
     throw NotOffered(problem);

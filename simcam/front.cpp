@@ -28,8 +28,10 @@ HttpAnswer Front::Answer(const HttpRequest& request) const {
 }
 
 HttpAnswer Front::AnswerService(const HttpRequest& request) const {
-  SoapAnswer answer = m_dispatcher.Answer(request.Path(), EndpointOf(request.host, request.port), request.body,
-                                          {request.target, request.authorization});
+  Endpoint endpoint = EndpointOf(request.host, request.port);
+  endpoint.query = request.Query();
+  SoapAnswer answer =
+      m_dispatcher.Answer(request.Path(), endpoint, request.body, {request.target, request.authorization});
   HttpAnswer shaped{answer.httpStatus, std::move(answer.contentType), std::move(answer.body), std::move(answer.headers),
                     std::move(answer.wire)};
   ShapeAnswer(shaped, request);

@@ -1,6 +1,7 @@
 // The HTTP server under a camera: whole requests in, whole answers out, with limits.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -28,6 +29,9 @@ struct HttpRequest {
 
   // The target without its query.
   std::string Path() const { return target.substr(0, target.find('?')); }
+
+  // What stands behind the question mark; empty without one.
+  std::string Query() const { return target.substr(std::min(target.size(), Path().size() + 1)); }
 };
 
 struct HttpAnswer {

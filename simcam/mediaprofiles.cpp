@@ -1,4 +1,5 @@
 // The media service: profiles and what they bind.
+#include "simcam/bytoken.h"
 #include "simcam/mediawriters.h"
 #include "simcam/service.h"
 #include "simcam/soapfault.h"
@@ -7,20 +8,19 @@ namespace simcam {
 
 namespace {
 
-std::string ProfileToken(const Call& call) {
-  return call.request.Argument("ProfileToken").RawText();
-}
-
 void GetProfiles(const Call& call, XmlWriter& response) {
   const MediaSnapshot media = call.state.Media();
-  for (const Profile& profile : media.profiles) {
+  for (const Profile& profile : ShownProfiles(media.profiles, call.rules)) {
     WriteProfile(response, "trt:Profiles", call.model, profile, media);
   }
 }
 
 void GetProfile(const Call& call, XmlWriter& response) {
-  const Profile profile = call.state.FindProfile(ProfileToken(call));
-  WriteProfile(response, "trt:Profile", call.model, profile, call.state.Media());
+  const MediaSnapshot media = call.state.Media();
+  const std::string token = WithoutPrefix(call.request.Argument("ProfileToken").RawText(), call.rules.profilePrefix);
+  const std::vector<Profile> shown = ShownProfiles(media.profiles, call.rules);
+  const Profile* const found = FindByToken(shown, token);
+  WriteProfile(response, "trt:Profile", call.model, found == nullptr ? call.state.FindProfile(token) : *found, media);
 }
 
 void CreateProfile(const Call& call, XmlWriter& response) {
@@ -35,17 +35,17 @@ void CreateProfile(const Call& call, XmlWriter& response) {
 }
 
 void DeleteProfile(const Call& call, XmlWriter&) {
-  call.state.DeleteProfile(ProfileToken(call));
+  call.state.DeleteProfile(ProfileArgument(call));
 }
 
 template <ConfigurationKind kKind>
 void AddConfiguration(const Call& call, XmlWriter&) {
-  call.state.Bind(ProfileToken(call), kKind, call.request.Argument("ConfigurationToken").RawText());
+  call.state.Bind(ProfileArgument(call), kKind, call.request.Argument("ConfigurationToken").RawText());
 }
 
 template <ConfigurationKind kKind>
 void RemoveConfiguration(const Call& call, XmlWriter&) {
-  call.state.Unbind(ProfileToken(call), kKind);
+  call.state.Unbind(ProfileArgument(call), kKind);
 }
 
 Operation Row(const char* name, Handler handler) {

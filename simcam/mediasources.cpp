@@ -89,7 +89,7 @@ void GetAudioSourceConfigurations(const Call& call, XmlWriter& response) {
 
 // Every audio source fits every profile: the sources are independent of the pictures.
 void GetCompatibleAudioSourceConfigurations(const Call& call, XmlWriter& response) {
-  call.state.FindProfile(call.request.Argument("ProfileToken").RawText());
+  call.state.FindProfile(ProfileArgument(call));
   WriteAudioSources(call, response);
 }
 

@@ -9,7 +9,7 @@ namespace {
 
 // A picture comes from a source through an encoder: without one of them there is nothing to fetch.
 Profile CompleteProfile(const Call& call) {
-  Profile profile = call.state.FindProfile(call.request.Argument("ProfileToken").RawText());
+  Profile profile = call.state.FindProfile(ProfileArgument(call));
   if (profile.Binding(ConfigurationKind::VideoSource).empty() ||
       profile.Binding(ConfigurationKind::VideoEncoder).empty()) {
     throw ActionFailed("IncompleteConfiguration", "the profile lacks a video source or a video encoder");

@@ -1,5 +1,8 @@
 #include "simcam/ptzarguments.h"
 
+#include <strings.h>
+
+#include <cmath>
 #include <iterator>
 #include <optional>
 #include <string>
@@ -29,31 +32,33 @@ constexpr VectorRules kTranslation = {
     {-1, 1}, &AxisMoves::relative, spaces::kPanTiltTranslation, spaces::kZoomTranslation, "InvalidTranslation"};
 constexpr VectorRules kSpeed = {{0, 1}, nullptr, spaces::kPanTiltSpeed, spaces::kZoomSpeed, "InvalidSpeed"};
 
-double ReadCoordinate(const XmlElement& vector, const char* name, const VectorRules& rules) {
+double ReadCoordinate(const XmlElement& vector, const char* name, const VectorRules& limits, double scale) {
   const std::optional<double> value = ParseNumber(vector.Attribute(name).value_or(""));
-  if (!value || *value < rules.range.min || *value > rules.range.max) {
-    throw InvalidArgument(rules.subcode, std::string(vector.Name()) + " has no " + name + " within the range");
+  if (!value || *value < limits.range.min * scale || *value > limits.range.max * scale) {
+    throw InvalidArgument(limits.subcode, std::string(vector.Name()) + " has no " + name + " within the range");
   }
-  return *value;
+  return *value / scale;
 }
 
-void CheckSpace(const XmlElement& vector, const char* space) {
-  if (vector.Attribute("space").value_or(space) != space) {
-    throw InvalidArgument("SpaceNotSupported", "the lens does not know the space " + *vector.Attribute("space"));
+void CheckSpace(const XmlElement& vector, const char* space, const CallRules& rules) {
+  const std::string given = vector.Attribute("space").value_or(space);
+  if (given != space && !(rules.ignoresSpaceCase && strcasecmp(given.c_str(), space) == 0)) {
+    throw InvalidArgument("SpaceNotSupported", "the lens does not know the space " + given);
   }
 }
 
-LensVelocity ReadVector(const XmlElement& element, const VectorRules& rules) {
+LensVelocity ReadVector(const XmlElement& element, const VectorRules& limits, const CallRules& rules) {
   LensVelocity vector;
   const XmlElement panTilt = element.Child(ns::kSchema, "PanTilt");
   if (panTilt.Exists()) {
-    CheckSpace(panTilt, rules.panTiltSpace);
-    vector.panTilt = {ReadCoordinate(panTilt, "x", rules), ReadCoordinate(panTilt, "y", rules)};
+    CheckSpace(panTilt, limits.panTiltSpace, rules);
+    vector.panTilt = {ReadCoordinate(panTilt, "x", limits, rules.vectorScale),
+                      ReadCoordinate(panTilt, "y", limits, rules.vectorScale)};
   }
   const XmlElement zoom = element.Child(ns::kSchema, "Zoom");
   if (zoom.Exists()) {
-    CheckSpace(zoom, rules.zoomSpace);
-    vector.zoom = ReadCoordinate(zoom, "x", rules);
+    CheckSpace(zoom, limits.zoomSpace, rules);
+    vector.zoom = ReadCoordinate(zoom, "x", limits, rules.vectorScale);
   }
   return vector;
 }
@@ -71,19 +76,43 @@ void DropOrCheck(std::optional<Group>& group, bool isZero, bool isMovable) {
   group.reset();
 }
 
+void ScaleVector(LensVelocity& vector, double factor) {
+  if (vector.panTilt) {
+    vector.panTilt = {factor * vector.panTilt->x, factor * vector.panTilt->y};
+  }
+  if (vector.zoom) {
+    vector.zoom = factor * *vector.zoom;
+  }
+}
+
 // A move that is left without any axis would move nothing and must not be answered as if it had.
-LensVelocity ReadMove(const XmlElement& element, const VectorRules& rules, const PtzNode& node) {
-  LensVelocity vector = ReadVector(element, rules);
+LensVelocity ReadMove(const XmlElement& element, const VectorRules& limits, const PtzNode& node,
+                      const CallRules& rules) {
+  LensVelocity vector = ReadVector(element, limits, rules);
   if (!vector.panTilt && !vector.zoom) {
-    throw InvalidArgument(rules.subcode, std::string(element.Name()) + " names no axis");
+    throw InvalidArgument(limits.subcode, std::string(element.Name()) + " names no axis");
   }
   DropOrCheck(vector.panTilt, vector.panTilt && vector.panTilt->x == 0 && vector.panTilt->y == 0,
-              node.panTiltMoves.*rules.move);
-  DropOrCheck(vector.zoom, vector.zoom && *vector.zoom == 0, node.zoomMoves.*rules.move);
+              node.panTiltMoves.*limits.move);
+  DropOrCheck(vector.zoom, vector.zoom && *vector.zoom == 0, node.zoomMoves.*limits.move);
   if (!vector.panTilt && !vector.zoom) {
     throw InvalidArgument("SpaceNotSupported", "the lens cannot be moved in this way");
   }
+  if (rules.movesBackwards) {
+    ScaleVector(vector, -1);
+  }
+  if (rules.ignoresZoom) {
+    vector.zoom.reset();
+  }
   return vector;
+}
+
+double FullSpeed(double velocity) {
+  return velocity == 0 ? 0 : std::copysign(1, velocity);
+}
+
+bool IsZero(const LensVelocity& vector) {
+  return vector.zoom.value_or(0) == 0 && (!vector.panTilt || (vector.panTilt->x == 0 && vector.panTilt->y == 0));
 }
 
 struct DurationUnit {
@@ -138,28 +167,48 @@ std::optional<double> ToSeconds(std::string_view text) {
   return seconds;
 }
 
+// Every axis has reached its end long before.
+constexpr LensAxis::Duration kUntilTheLimit = std::chrono::hours(24);
+
 LensAxis::Duration AsDuration(double seconds) {
   return std::chrono::duration_cast<LensAxis::Duration>(std::chrono::duration<double>(seconds));
 }
 
 }  // namespace
 
-LensVelocity ReadVelocity(const XmlElement& element, const PtzNode& node) {
-  return ReadMove(element, kVelocity, node);
+LensVelocity ReadVelocity(const XmlElement& element, const PtzNode& node, const CallRules& rules) {
+  LensVelocity velocity = ReadMove(element, kVelocity, node, rules);
+  if (rules.refusesZeroVelocity && IsZero(velocity)) {
+    throw InvalidArgument(kVelocity.subcode, "a velocity of zero is no movement");
+  }
+  if (rules.movesAtFullSpeed && velocity.panTilt) {
+    velocity.panTilt = {FullSpeed(velocity.panTilt->x), FullSpeed(velocity.panTilt->y)};
+  }
+  if (rules.movesAtFullSpeed && velocity.zoom) {
+    velocity.zoom = FullSpeed(*velocity.zoom);
+  }
+  return velocity;
 }
 
-LensVelocity ReadTranslation(const XmlElement& element, const PtzNode& node) {
-  return ReadMove(element, kTranslation, node);
+LensVelocity ReadTranslation(const XmlElement& element, const PtzNode& node, const CallRules& rules) {
+  return ReadMove(element, kTranslation, node, rules);
 }
 
-LensSpeed ReadSpeed(const XmlElement& element, double defaultSpeed) {
-  const LensVelocity vector = ReadVector(element, kSpeed);
+LensSpeed ReadSpeed(const XmlElement& element, double defaultSpeed, const CallRules& rules) {
+  const LensVelocity vector = ReadVector(element, kSpeed, rules);
   const LensVelocity::PanTilt panTilt = vector.panTilt.value_or(LensVelocity::PanTilt{defaultSpeed, defaultSpeed});
   return {panTilt.x, panTilt.y, vector.zoom.value_or(defaultSpeed)};
 }
 
-LensAxis::Duration ReadTimeout(const XmlElement& element, const PtzConfiguration& configuration) {
+LensAxis::Duration ReadTimeout(const XmlElement& element, const PtzConfiguration& configuration,
+                               const CallRules& rules) {
+  if (rules.ignoresTimeout) {
+    return kUntilTheLimit;
+  }
   if (!element.Exists()) {
+    if (rules.needsTimeout) {
+      throw SoapFault("Sender", {"InvalidArgs"}, "Timeout is missing");
+    }
     return AsDuration(configuration.defaultTimeout);
   }
   const std::optional<double> seconds = ToSeconds(element.Text());

@@ -16,13 +16,27 @@ bool IsFirstRelease(const Call& call) {
   return call.model.ptz->serviceNamespace == ns::kPtz10;
 }
 
+// The camera's own token of the preset that the element names.
+std::string OwnToken(const Call& call, const XmlElement& element) {
+  return WithoutPrefix(element.RawText(), call.rules.presetPrefix);
+}
+
+// Presets that the camera brings and that nobody can change: they stand beside those that can be.
+std::vector<Preset> FactoryPresets(const Call& call) {
+  std::vector<Preset> presets;
+  for (int number = 1; number <= call.rules.factoryPresets; ++number) {
+    presets.push_back({"factory_" + std::to_string(number), "Preset " + std::to_string(number), LensPosition()});
+  }
+  return presets;
+}
+
 // In the first release a preset is told by its token and its name together.
-Preset& FindPreset(const Call& call, PtzUnit& unit) {
-  const std::string token = call.request.Argument("PresetToken").RawText();
+Preset& FindPreset(const Call& call, std::vector<Preset>& presets) {
+  const std::string token = OwnToken(call, call.request.Argument("PresetToken"));
   if (IsFirstRelease(call)) {
     call.request.Argument("PresetName");
   }
-  Preset* const preset = FindByToken(unit.presets, token);
+  Preset* const preset = FindByToken(presets, token);
   if (preset == nullptr) {
     throw InvalidArgument("NoToken", "no preset has the token " + token);
   }
@@ -32,7 +46,7 @@ Preset& FindPreset(const Call& call, PtzUnit& unit) {
 // The name that a preset is to have; `preset` is the one that gets it, null for a new one.
 std::string ReadPresetName(const Call& call, const PtzUnit& unit, const Preset* preset) {
   const XmlElement element = call.request.OptionalArgument("PresetName");
-  if (!element.Exists()) {
+  if (!element.Exists() || call.rules.ignoresPresetNames) {
     return preset == nullptr ? std::string() : preset->name;
   }
   std::string name = element.RawText();
@@ -56,9 +70,17 @@ Preset& AddPreset(PtzUnit& unit, const PtzNode& node) {
   return unit.presets.back();
 }
 
+// All that a client can see and go to.
+std::vector<Preset> AllPresets(const Call& call, const PtzUnit& unit) {
+  std::vector<Preset> presets = unit.presets;
+  const std::vector<Preset> factory = FactoryPresets(call);
+  presets.insert(presets.end(), factory.begin(), factory.end());
+  return presets;
+}
+
 void GetPresets(const Call& call, XmlWriter& response) {
   WithPtz(call, [&](PtzTarget& target) {
-    for (const Preset& preset : target.unit.presets) {
+    for (const Preset& preset : AllPresets(call, target.unit)) {
       response.Open(IsFirstRelease(call) ? "tptz:PTZPreset" : "tptz:Preset").Attribute("token", preset.token);
       if (!preset.name.empty()) {
         response.Element("tt:Name", preset.name);
@@ -73,7 +95,7 @@ void GetPresets(const Call& call, XmlWriter& response) {
 void SetPreset(const Call& call, XmlWriter& response) {
   WithPtz(call, [&](PtzTarget& target) {
     const XmlElement token = call.request.OptionalArgument("PresetToken");
-    Preset* preset = token.Exists() ? FindByToken(target.unit.presets, token.RawText()) : nullptr;
+    Preset* preset = token.Exists() ? FindByToken(target.unit.presets, OwnToken(call, token)) : nullptr;
     if (token.Exists() && preset == nullptr) {
       throw InvalidArgument("NoToken", "no preset has the token " + token.RawText());
     }
@@ -93,16 +115,22 @@ void SetPreset(const Call& call, XmlWriter& response) {
 
 void RemovePreset(const Call& call, XmlWriter&) {
   WithPtz(call, [&call](PtzTarget& target) {
-    const Preset* const preset = &FindPreset(call, target.unit);
+    const Preset* const preset = &FindPreset(call, target.unit.presets);
     target.unit.presets.erase(target.unit.presets.begin() + (preset - target.unit.presets.data()));
   });
 }
 
 void GotoPreset(const Call& call, XmlWriter&) {
   WithPtz(call, [&call](PtzTarget& target) {
-    const Preset& preset = FindPreset(call, target.unit);
-    target.unit.lens.Absolute(target.now, preset.position,
-                              ReadSpeed(call.request.OptionalArgument("Speed"), target.configuration.defaultSpeed));
+    std::vector<Preset> presets = AllPresets(call, target.unit);
+    if (call.rules.goesNowhereSilently &&
+        FindByToken(presets, OwnToken(call, call.request.Argument("PresetToken"))) == nullptr) {
+      return;
+    }
+    const Preset& preset = FindPreset(call, presets);
+    target.unit.lens.Absolute(
+        target.now, preset.position,
+        ReadSpeed(call.request.OptionalArgument("Speed"), target.configuration.defaultSpeed, call.rules));
   });
 }
 

@@ -12,17 +12,18 @@ namespace {
 
 void ContinuousMove(const Call& call, XmlWriter&) {
   WithPtz(call, [&call](PtzTarget& target) {
-    const LensVelocity velocity = ReadVelocity(call.request.Argument("Velocity"), target.node);
-    target.unit.lens.Continuous(target.now, velocity,
-                                ReadTimeout(call.request.OptionalArgument("Timeout"), target.configuration));
+    const LensVelocity velocity = ReadVelocity(call.request.Argument("Velocity"), target.node, call.rules);
+    target.unit.lens.Continuous(
+        target.now, velocity, ReadTimeout(call.request.OptionalArgument("Timeout"), target.configuration, call.rules));
   });
 }
 
 void RelativeMove(const Call& call, XmlWriter&) {
   WithPtz(call, [&call](PtzTarget& target) {
-    const LensVelocity translation = ReadTranslation(call.request.Argument("Translation"), target.node);
-    target.unit.lens.Relative(target.now, translation,
-                              ReadSpeed(call.request.OptionalArgument("Speed"), target.configuration.defaultSpeed));
+    const LensVelocity translation = ReadTranslation(call.request.Argument("Translation"), target.node, call.rules);
+    target.unit.lens.Relative(
+        target.now, translation,
+        ReadSpeed(call.request.OptionalArgument("Speed"), target.configuration.defaultSpeed, call.rules));
   });
 }
 
@@ -31,8 +32,9 @@ void GotoHomePosition(const Call& call, XmlWriter&) {
     if (!target.unit.home) {
       throw ActionFailed("NoHomePosition", "the lens has no home position");
     }
-    target.unit.lens.Absolute(target.now, *target.unit.home,
-                              ReadSpeed(call.request.OptionalArgument("Speed"), target.configuration.defaultSpeed));
+    target.unit.lens.Absolute(
+        target.now, *target.unit.home,
+        ReadSpeed(call.request.OptionalArgument("Speed"), target.configuration.defaultSpeed, call.rules));
   });
 }
 
@@ -41,6 +43,9 @@ void Stop(const Call& call, XmlWriter&) {
   WithPtz(call, [&call](PtzTarget& target) {
     const XmlElement panTilt = call.request.OptionalArgument("PanTilt");
     const XmlElement zoom = call.request.OptionalArgument("Zoom");
+    if (call.rules.stopNeedsBothAxes && !(panTilt.Exists() && zoom.Exists())) {
+      throw SoapFault("Sender", {"InvalidArgs"}, "PanTilt or Zoom is missing");
+    }
     target.unit.lens.Stop(target.now, !panTilt.Exists() || ReadBoolean(panTilt), !zoom.Exists() || ReadBoolean(zoom));
   });
 }

@@ -9,6 +9,8 @@
 #include "simcam/camerastate.h"
 #include "simcam/clock.h"
 #include "simcam/model.h"
+#include "simcam/requestedprofile.h"
+#include "simcam/soapfault.h"
 #include "simcam/soaprequest.h"
 #include "simcam/xmlwriter.h"
 
@@ -30,10 +32,23 @@ struct Call {
   const CallRules& rules;
 };
 
+// The camera's own token of the profile that an argument of the request names.
+inline std::string ProfileArgument(const Call& call) {
+  return OwnProfileToken(call.request.Argument("ProfileToken"), call.rules, call.state);
+}
+
 // Runs `use` on the PTZ unit of the profile that the request names, as CameraState::UsePtz does.
 template <typename Use>
 void WithPtz(const Call& call, Use use) {
-  call.state.UsePtz(call.request.Argument("ProfileToken").RawText(), use);
+  const std::string token = ProfileArgument(call);
+  if (!MayMove(token, call.state.Profiles(), call.rules)) {
+    throw InvalidArgument("NoPTZProfile", "the profile has no PTZ configuration");
+  }
+  call.state.UsePtz(token, [&](PtzTarget& target) {
+    const PtzNode node = ShownNode(target.node, call.rules);
+    PtzTarget shown{target.unit, target.configuration, node, target.now};
+    use(shown);
+  });
 }
 
 // Writes the content of the response element, or throws SoapFault; what was written is then dropped.

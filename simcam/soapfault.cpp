@@ -10,7 +10,15 @@ namespace simcam {
 SoapFault::SoapFault(std::string code, std::vector<std::string> subcodes, std::string reason)
     : m_code(std::move(code)), m_subcodes(std::move(subcodes)), m_reason(std::move(reason)) {}
 
+SoapFault& SoapFault::WithStatus(int status) {
+  m_status = status;
+  return *this;
+}
+
 int SoapFault::HttpStatus() const {
+  if (m_status != 0) {
+    return m_status;
+  }
   return m_code == "Sender" ? 400 : 500;
 }
 

@@ -18,8 +18,9 @@ class SoapFault : public std::exception {
   const std::string& Reason() const { return m_reason; }
   const char* what() const noexcept override { return m_reason.c_str(); }
 
-  // 400 for the sender's faults, 500 for all others.
+  // 400 for the sender's faults, 500 for all others, unless WithStatus() said another.
   int HttpStatus() const;
+  SoapFault& WithStatus(int status);
 
   // The whole fault message.
   std::string Message() const;
@@ -28,6 +29,7 @@ class SoapFault : public std::exception {
   std::string m_code;
   std::vector<std::string> m_subcodes;
   std::string m_reason;
+  int m_status = 0;  // 0: as the code has it
 };
 
 // Short forms for what handlers refuse most.

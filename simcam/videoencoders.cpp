@@ -36,7 +36,7 @@ VideoEncoderOptions RequestedOptions(const Call& call) {
   const XmlElement profileToken = call.request.OptionalArgument("ProfileToken");
   std::string encoder;
   if (profileToken.Exists()) {
-    encoder = call.state.FindProfile(profileToken.RawText()).Binding(ConfigurationKind::VideoEncoder);
+    encoder = call.state.FindProfile(ProfileArgument(call)).Binding(ConfigurationKind::VideoEncoder);
   }
   const XmlElement encoderToken = call.request.OptionalArgument("ConfigurationToken");
   if (encoderToken.Exists()) {
@@ -99,7 +99,7 @@ void SetVideoEncoderConfiguration(const Call& call, XmlWriter&) {
   const XmlElement configuration = call.request.Argument("Configuration");
   ReadBoolean(call.request.Argument("ForcePersistence"));
   call.state.ChangeVideoEncoder(ReadConfigurationToken(configuration), [&](VideoEncoderConfiguration& encoder) {
-    ReadVideoEncoder(configuration, OptionsOf(call.model, encoder), encoder);
+    ReadVideoEncoder(configuration, OptionsOf(call.model, encoder), call.rules, encoder);
   });
 }
 

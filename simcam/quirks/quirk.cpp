@@ -21,6 +21,14 @@ int QuirkValue::Whole() const {
   return std::stoi(m_text);
 }
 
+std::vector<Quirk> JoinRows(const std::vector<std::vector<Quirk>>& parts) {
+  std::vector<Quirk> rows;
+  for (const std::vector<Quirk>& part : parts) {
+    rows.insert(rows.end(), part.begin(), part.end());
+  }
+  return rows;
+}
+
 const std::vector<QuirkGroup>& AllQuirks() {
   static const std::vector<QuirkGroup> groups = {ClockQuirks(), AuthenticationQuirks(), AddressQuirks(),   XmlQuirks(),
                                                  HttpQuirks(),  MediaQuirks(),          StreamUriQuirks(), PtzQuirks(),

@@ -91,6 +91,9 @@ struct QuirkGroup {
   std::vector<Quirk> quirks;
 };
 
+// For groups whose table has several parts.
+std::vector<Quirk> JoinRows(const std::vector<std::vector<Quirk>>& parts);
+
 // The tables of the groups.
 QuirkGroup ClockQuirks();
 QuirkGroup AuthenticationQuirks();

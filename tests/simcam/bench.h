@@ -42,7 +42,7 @@ class Bench {
 
   simcam::SoapAnswer Send(const std::string& path, const std::string& message,
                           const std::string& authorization = "") const {
-    return m_dispatcher.Answer(path, {"cam", "cam:8080", 8080}, message, {path, authorization});
+    return m_dispatcher.Answer(path, {"cam", "cam:8080", 8080, {}}, message, {path, authorization});
   }
 
   // Sends a signed operation; each call has a fresh token.
