@@ -1,6 +1,7 @@
 // A camera without its HTTP front, with clocks that stand still until a test moves them.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <string>
 #include <utility>
@@ -12,16 +13,16 @@ namespace simcamtest {
 
 class ManualClock : public simcam::Clock {
  public:
-  std::chrono::system_clock::time_point UtcNow() const override { return m_start + m_passed; }
+  std::chrono::system_clock::time_point UtcNow() const override { return m_start + m_passed.load(); }
   std::chrono::steady_clock::time_point SteadyNow() const override {
-    return std::chrono::steady_clock::time_point(std::chrono::hours(1)) + m_passed;
+    return std::chrono::steady_clock::time_point(std::chrono::hours(1)) + m_passed.load();
   }
-  void Advance(std::chrono::milliseconds duration) { m_passed += duration; }
+  void Advance(std::chrono::milliseconds duration) { m_passed = m_passed.load() + duration; }
 
  private:
   // 2024-02-29T12:00:00Z
   std::chrono::system_clock::time_point m_start{std::chrono::seconds(1709208000)};
-  std::chrono::milliseconds m_passed{0};
+  std::atomic<std::chrono::milliseconds> m_passed{std::chrono::milliseconds(0)};  // a camera reads it on its own thread
 };
 
 // The account of the bench is admin with the password simcam.

@@ -105,6 +105,43 @@ TEST(Lens, RelativeMovesAddUp) {
   EXPECT_EQ(lens.PositionAt(kStart + seconds(60)).pan, 0.375);
 }
 
+TEST(Lens, RelativeMoveCountsFromWhereARunningOneHasCome) {
+  Lens lens(Node());
+  lens.Relative(kStart, {LensVelocity::PanTilt{1, 0}, std::nullopt}, LensSpeed());
+  lens.Relative(kStart + milliseconds(500), {LensVelocity::PanTilt{0.5, 0}, 0.25}, LensSpeed());
+  EXPECT_DOUBLE_EQ(lens.PositionAt(kStart + seconds(60)).pan, 0.75);  // 0.25 on the way, and 0.5
+  EXPECT_DOUBLE_EQ(lens.PositionAt(kStart + seconds(60)).zoom, 0.25);
+}
+
+TEST(Lens, RelativeMoveEndsAContinuousOne) {
+  Lens lens(Node());
+  lens.Continuous(kStart, {LensVelocity::PanTilt{1, 0}, 1.0}, seconds(60));
+  lens.Relative(kStart + seconds(1), {LensVelocity::PanTilt{-0.125, 0}, std::nullopt}, LensSpeed());
+  EXPECT_DOUBLE_EQ(lens.PositionAt(kStart + seconds(60)).pan, 0.375);
+  EXPECT_EQ(lens.PositionAt(kStart + seconds(60)).zoom, 1) << "the axis that it does not name goes on";
+}
+
+TEST(Lens, AbsoluteMoveGoesAtItsSpeedAndEndsExactly) {
+  Lens lens(Node());
+  lens.Absolute(kStart, {0.5, -0.5, 1}, LensSpeed{1, 0.5, 1});
+  EXPECT_DOUBLE_EQ(lens.PositionAt(kStart + milliseconds(500)).pan, 0.25);
+  EXPECT_DOUBLE_EQ(lens.PositionAt(kStart + milliseconds(500)).tilt, -0.125);
+  EXPECT_DOUBLE_EQ(lens.PositionAt(kStart + milliseconds(500)).zoom, 0.125);
+  EXPECT_TRUE(lens.IsPanTiltMovingAt(kStart + milliseconds(1999))) << "tilt is not there yet";
+  EXPECT_FALSE(lens.IsPanTiltMovingAt(kStart + seconds(2)));
+  EXPECT_TRUE(lens.IsZoomMovingAt(kStart + milliseconds(3999)));
+  EXPECT_FALSE(lens.IsZoomMovingAt(kStart + seconds(4)));
+  EXPECT_EQ(lens.PositionAt(kStart + seconds(4)).zoom, 1);
+}
+
+TEST(Lens, StopOnTheWayToAPlaceStandsThere) {
+  Lens lens(Node());
+  lens.Absolute(kStart, {1, 0, 0}, LensSpeed());
+  lens.Stop(kStart + seconds(1), true, true);
+  EXPECT_DOUBLE_EQ(lens.PositionAt(kStart + seconds(60)).pan, 0.5);
+  EXPECT_FALSE(lens.IsPanTiltMovingAt(kStart + seconds(1)));
+}
+
 TEST(Lens, RelativeMoveIsClippedToTheLimits) {
   Lens lens(Node());
   lens.Relative(kStart, {LensVelocity::PanTilt{0, 1}, -1.0}, LensSpeed());

@@ -2,14 +2,19 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "simcam/simcamera.h"
 #include "tests/simcam/bench.h"
 
 namespace {
 
 using simcamtest::Bench;
 using simcamtest::FaultCodes;
+using simcamtest::HttpConnection;
+using simcamtest::HttpReply;
+using simcamtest::ManualClock;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
+using testing::AllOf;
 using testing::HasSubstr;
 
 constexpr const char* kProfile = "<ProfileToken>profile_1</ProfileToken>";
@@ -126,6 +131,124 @@ TEST_F(Ptz, GotoHomePositionGoesHome) {
   EXPECT_EQ(Position().pan, 0);
   EXPECT_EQ(Position().tilt, 0);
   EXPECT_EQ(Position().zoom, 0);
+}
+
+// What GetStatus tells while the clock goes on: where a move is, and that it is one until it ends.
+class PtzStatus : public Ptz {
+ protected:
+  std::string After(milliseconds time) {
+    m_bench.Clock().Advance(time);
+    return m_bench.Ptz("GetStatus", kProfile).body;
+  }
+};
+
+constexpr const char* kTurning = "<tt:MoveStatus><tt:PanTilt>MOVING</tt:PanTilt><tt:Zoom>IDLE</tt:Zoom>";
+constexpr const char* kStanding = "<tt:MoveStatus><tt:PanTilt>IDLE</tt:PanTilt><tt:Zoom>IDLE</tt:Zoom>";
+
+TEST_F(PtzStatus, OfAContinuousMoveEndsWithItsTimeout) {
+  Move(Velocity(PanTilt("0.5", "0")) + "<Timeout>PT2S</Timeout>");
+  EXPECT_THAT(After(seconds(1)), AllOf(HasSubstr("<tt:PanTilt x=\"0.2\" y=\"0\""), HasSubstr(kTurning)));
+  EXPECT_THAT(After(milliseconds(999)), HasSubstr(kTurning));
+  EXPECT_THAT(After(milliseconds(1)), AllOf(HasSubstr("<tt:PanTilt x=\"0.4\" y=\"0\""), HasSubstr(kStanding)));
+}
+
+TEST_F(PtzStatus, OfAContinuousMoveEndsAtTheLimit) {
+  Move(Velocity(PanTilt("1", "0")) + "<Timeout>PT60S</Timeout>");
+  EXPECT_THAT(After(milliseconds(2400)), HasSubstr(kTurning));
+  EXPECT_THAT(After(milliseconds(100)), AllOf(HasSubstr("<tt:PanTilt x=\"1\" y=\"0\""), HasSubstr(kStanding)));
+}
+
+TEST_F(PtzStatus, OfAStoppedMoveIsIdleAtOnce) {
+  Move(Velocity(PanTilt("1", "0")));
+  EXPECT_THAT(After(seconds(1)), HasSubstr(kTurning));
+  m_bench.Ptz("Stop", kProfile);
+  EXPECT_THAT(After(milliseconds(0)), AllOf(HasSubstr("<tt:PanTilt x=\"0.4\" y=\"0\""), HasSubstr(kStanding)));
+}
+
+TEST_F(PtzStatus, OfARelativeMoveGoesOnFromThePresentPlace) {
+  const std::string half = kProfile + Translation(PanTilt("0.5", "0")) + "<Speed>" + PanTilt("1", "1") + "</Speed>";
+  m_bench.Ptz("RelativeMove", half);
+  EXPECT_THAT(After(seconds(1)), AllOf(HasSubstr("<tt:PanTilt x=\"0.4\" y=\"0\""), HasSubstr(kTurning)));
+  m_bench.Ptz("RelativeMove", half);
+  EXPECT_THAT(After(seconds(1)), AllOf(HasSubstr("<tt:PanTilt x=\"0.8\" y=\"0\""), HasSubstr(kTurning)));
+  EXPECT_THAT(After(seconds(1)), AllOf(HasSubstr("<tt:PanTilt x=\"0.9\" y=\"0\""), HasSubstr(kStanding)));
+}
+
+TEST_F(PtzStatus, OfTheWayHomeTakesItsTime) {
+  Move(Velocity(PanTilt("1", "0")) + "<Timeout>PT2S</Timeout>");
+  After(seconds(5));
+  m_bench.Ptz("GotoHomePosition", kProfile);  // at half the speed, the default
+  EXPECT_THAT(After(seconds(1)), HasSubstr(kTurning));
+  EXPECT_DOUBLE_EQ(Position().pan, 0.6);
+  EXPECT_THAT(After(seconds(3)), AllOf(HasSubstr("<tt:PanTilt x=\"0\" y=\"0\""), HasSubstr(kStanding)));
+}
+
+TEST_F(PtzStatus, OfTheWayToAPresetTakesItsTime) {
+  m_bench.Ptz("GotoPreset", kProfile + std::string("<PresetToken>preset_1</PresetToken>"));
+  EXPECT_THAT(After(seconds(2)), AllOf(HasSubstr("<tt:PanTilt x=\"0.4\" y=\"-0.25\""), HasSubstr(kTurning)));
+  EXPECT_THAT(After(seconds(1)), AllOf(HasSubstr("<tt:PanTilt x=\"0.5\" y=\"-0.25\""), HasSubstr(kStanding)));
+}
+
+// A camera over a real socket whose clock the test moves.
+class VanishedClient : public testing::Test {
+ protected:
+  static simcam::CameraOptions Options(const std::shared_ptr<ManualClock>& clock) {
+    simcam::CameraOptions options;
+    options.clock = clock;
+    return options;
+  }
+
+  // Each call has a connection of its own, which is gone when it returns.
+  HttpReply Ask(const std::string& operation, const std::string& content) const {
+    const auto token = simcamtest::MakeToken("admin", "simcam", m_clock->UtcNow());
+    return HttpConnection(m_camera.Port())
+        .Post("/onvif/ptz_service",
+              simcamtest::Envelope(simcamtest::SecurityHeader(token),
+                                   simcamtest::Element(operation, simcamtest::kPtz20Ns, kProfile + content)));
+  }
+
+  double Pan() const { return m_camera.PositionOf("ptz_node_1")->pan; }
+
+  std::shared_ptr<ManualClock> m_clock = std::make_shared<ManualClock>();
+  simcam::SimCamera m_camera{simcam::LoadModel("ptz-dome"), Options(m_clock)};
+};
+
+TEST_F(VanishedClient, LeavesTheLensMovingUntilTheTimeout) {
+  ASSERT_EQ(Ask("ContinuousMove", Velocity(PanTilt("0.5", "0")) + "<Timeout>PT4S</Timeout>").status, 200);
+  m_clock->Advance(seconds(1));
+  EXPECT_DOUBLE_EQ(Pan(), 0.2);
+  EXPECT_THAT(Ask("GetStatus", "").body, HasSubstr(kTurning));
+  m_clock->Advance(seconds(60));
+  EXPECT_DOUBLE_EQ(Pan(), 0.8);
+  EXPECT_THAT(Ask("GetStatus", "").body, HasSubstr(kStanding));
+}
+
+TEST_F(VanishedClient, LeavesTheLensAtItsLimit) {
+  ASSERT_EQ(Ask("ContinuousMove", Velocity(PanTilt("-1", "0")) + "<Timeout>PT60S</Timeout>").status, 200);
+  m_clock->Advance(seconds(59));
+  EXPECT_EQ(Pan(), -1);
+  EXPECT_THAT(Ask("GetStatus", "").body, HasSubstr(kStanding));
+}
+
+TEST_F(VanishedClient, ThatDidNotWaitForTheAnswerHasMovedTheLens) {
+  const auto token = simcamtest::MakeToken("admin", "simcam", m_clock->UtcNow());
+  {
+    const HttpConnection connection(m_camera.Port());
+    connection.Send(simcamtest::PostRequest(
+        "/onvif/ptz_service",
+        simcamtest::Envelope(simcamtest::SecurityHeader(token),
+                             simcamtest::Element("ContinuousMove", simcamtest::kPtz20Ns,
+                                                 kProfile + Velocity(PanTilt("1", "0")) + "<Timeout>PT1S</Timeout>"))));
+    // The answer is never read: another connection tells when the camera has done what was asked.
+    const auto deadline = std::chrono::steady_clock::now() + seconds(5);
+    std::string status;
+    do {
+      status = Ask("GetStatus", "").body;
+    } while (status.find(kTurning) == std::string::npos && std::chrono::steady_clock::now() < deadline);
+    EXPECT_THAT(status, HasSubstr(kTurning));
+  }
+  m_clock->Advance(seconds(60));
+  EXPECT_DOUBLE_EQ(Pan(), 0.4);
 }
 
 TEST_F(Ptz, StopStopsAllAxesUnlessToldOtherwise) {
