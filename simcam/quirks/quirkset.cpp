@@ -55,7 +55,7 @@ void RefuseMarks(std::string_view text) {
   const std::string part(text.substr(place + 1, text.find('#', place + 1) - place - 1));
   if (text[place] == '#') {
     throw QuirkError("\"" + part + "\" behind # is not right; give the number of the call, 1 to " +
-                     std::to_string(kMaxNth));
+                     std::to_string(kMaxNth) + ", at the very end");
   }
   throw QuirkError("\"" + part + "\" behind @ is no operation of the camera");
 }

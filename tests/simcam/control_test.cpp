@@ -77,7 +77,8 @@ TEST_F(ControlAddress, ListsAllQuirksWithWhatTheyTake) {
 
 TEST_F(ControlAddress, DescribesValuesAndOperations) {
   std::map<std::string, json> rows;
-  for (const json& row : Get("/quirks").at("quirks")) {
+  const json list = Get("/quirks");
+  for (const json& row : list.at("quirks")) {
     rows[row.at("name").get<std::string>()] = row;
   }
   EXPECT_TRUE(rows.at("auth-none").at("value").is_null());
