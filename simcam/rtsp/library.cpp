@@ -29,8 +29,9 @@ constexpr NeededElement kNeededElements[] = {
     {"rtpjpegpay", "gstreamer1.0-plugins-good"},   {"rtppcmupay", "gstreamer1.0-plugins-good"},
     {"rtpg726pay", "gstreamer1.0-plugins-good"},   {"rtpmp4gpay", "gstreamer1.0-plugins-good"},
     {"aacparse", "gstreamer1.0-plugins-good"},     {"errorignore", "gstreamer1.0-plugins-bad"},
-    {"openh264enc", "gstreamer1.0-plugins-bad"},   {"avenc_mpeg4", "gstreamer1.0-libav"},
-    {"avenc_g726", "gstreamer1.0-libav"},          {"avenc_aac", "gstreamer1.0-libav"},
+    {"h264parse", "gstreamer1.0-plugins-bad"},     {"openh264enc", "gstreamer1.0-plugins-bad"},
+    {"avenc_mpeg4", "gstreamer1.0-libav"},         {"avenc_g726", "gstreamer1.0-libav"},
+    {"avenc_aac", "gstreamer1.0-libav"},
 };
 
 bool IsOwnFolder(const std::string& path) {

@@ -47,14 +47,15 @@ std::string Number(int value) {
 std::string H264(const StreamDescription& stream) {
   return "openh264enc name=" + std::string(kEncoderElement) + " rate-control=bitrate complexity=low multi-thread=1" +
          " bitrate=" + Number(stream.video.bitrate * kBitsPerKbit) + " gop-size=" + Number(stream.video.govLength) +
-         " ! video/x-h264,profile=" + H264Profile(stream.video.codecProfile) + kPart +
-         "rtph264pay name=pay0 pt=96 config-interval=-1";
+         " ! video/x-h264,profile=" + H264Profile(stream.video.codecProfile) +
+         " ! h264parse ! video/x-h264,stream-format=avc" + kPart + "rtph264pay name=pay0 pt=96 config-interval=-1";
 }
 
+// Without the limit of 1 ns several small frames would share a packet, and a time.
 std::string Mpeg4(const StreamDescription& stream) {
   return "avenc_mpeg4 name=" + std::string(kEncoderElement) +
          " bitrate=" + Number(stream.video.bitrate * kBitsPerKbit) + " gop-size=" + Number(stream.video.govLength) +
-         kPart + "rtpmp4vpay name=pay0 pt=96 config-interval=1";
+         kPart + "rtpmp4vpay name=pay0 pt=96 config-interval=1 max-ptime=1";
 }
 
 std::string Jpeg(const StreamDescription& stream) {
@@ -121,7 +122,7 @@ std::string AudioText(const AudioEncoderConfiguration& audio) {
   }
   const int rate = SampleRate(row->sampleRate == 0 ? audio.sampleRate : row->sampleRate);
   return " audiotestsrc name=" + std::string(kSoundElement) +
-         " is-live=true wave=ticks freq=880 volume=0.3 sine-periods-per-tick=88 ! audioconvert" +
+         " is-live=true wave=ticks freq=880 volume=0.2 sine-periods-per-tick=88 ! audioconvert" +
          (" ! audio/x-raw,channels=1,rate=" + Number(rate)) + " ! " + row->text(audio);
 }
 

@@ -17,7 +17,7 @@ namespace simcam {
 
 namespace {
 
-constexpr int kBacklog = 64;                       // connections that wait to be accepted
+constexpr int kBacklog = 1024;                     // connections that wait to be accepted
 constexpr guint kMaxBody = 64 * 1024;              // bytes of a request's body
 constexpr std::chrono::milliseconds kRound{1000};  // between two looks at what has become unused
 constexpr std::chrono::milliseconds kGrace{400};   // for connections to end when the server stops

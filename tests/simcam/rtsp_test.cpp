@@ -77,7 +77,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(VideoRow{"H264", VideoCodec::H264, 640, 360, 15, simcamtest::kPlayH264, "H264/90000"},
                     VideoRow{"Mpeg4", VideoCodec::Mpeg4, 352, 288, 25, simcamtest::kPlayMpeg4, "MP4V-ES/90000"},
                     VideoRow{"Jpeg", VideoCodec::Jpeg, 640, 360, 10, simcamtest::kPlayJpeg, "m=video 0 RTP/AVP 26"}),
-    [](const auto& info) { return info.param.name; });
+    [](const auto& row) { return row.param.name; });
 
 TEST_F(Rtsp, H264ProfileIsToldTruthfully) {
   // profile_idc is the first byte of profile-level-id: 66, 77, 100.
@@ -133,7 +133,7 @@ INSTANTIATE_TEST_SUITE_P(
                     AudioRow{"G726at32", "G726", 32, 8, simcamtest::kPlayG726, "G726-32/8000", 8000},
                     AudioRow{"AacAt16kHz", "AAC", 32, 16, simcamtest::kPlayAac, "/16000", 16000},
                     AudioRow{"AacAt32kHz", "AAC", 64, 32, simcamtest::kPlayAac, "/32000", 32000}),
-    [](const auto& info) { return info.param.name; });
+    [](const auto& row) { return row.param.name; });
 
 // How far the second picture is shifted to the left against the first, by the strip of rows in the middle.
 int ShiftToTheLeft(const Sample& first, const Sample& second) {
