@@ -369,7 +369,7 @@ Playback Pipeline::Watch(GstBus* bus) {
   constexpr auto wanted = static_cast<GstMessageType>(GST_MESSAGE_ERROR | GST_MESSAGE_WARNING | GST_MESSAGE_EOS);
   for (;;) {
     const Owned<GstMessage> message(gst_bus_timed_pop_filtered(bus, kTick, wanted));
-    const Playback found = m_findings.Found();
+    Playback found = m_findings.Found();
     if (found.result != PlayResult::Played || m_findings.Complete(m_request.duration)) return found;
     if (message && IsEnd(message.get())) return With(found, PlayResult::Ended, "");
     if (message && GST_MESSAGE_TYPE(message.get()) == GST_MESSAGE_ERROR) return Failed(message.get());
