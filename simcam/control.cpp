@@ -32,7 +32,7 @@ class Refused : public std::runtime_error {
 struct Question {
   const Control::Camera& camera;
   const HttpRequest& request;
-  std::uint16_t cameraPort;
+  const Control::Outside& outside;
 };
 
 HttpAnswer JsonAnswer(int status, const Json& json) {
@@ -177,10 +177,12 @@ Json DescribeLenses(const Control::Camera& camera) {
 Json DescribeCamera(const Question& question) {
   const CallCounts counts = question.camera.dispatcher.Counts();
   return {{"model", question.camera.model.name},
-          {"port", question.cameraPort},
+          {"port", question.outside.port},
+          {"streamPort", question.outside.streamPort ? Json(*question.outside.streamPort) : Json()},
           {"controlPort", question.request.port},
           {"profiles", DescribeProfiles(question.camera.state.Media())},
           {"lenses", DescribeLenses(question.camera)},
+          {"viewers", question.outside.viewers},
           {"quirks", ActiveTexts(question.camera.quirks)},
           {"requests", counts.requests},
           {"refused", counts.refused},
@@ -226,12 +228,12 @@ HttpAnswer NoRoute(const HttpRequest& request) {
 
 }  // namespace
 
-HttpAnswer Control::Answer(const HttpRequest& request, std::uint16_t cameraPort) const {
+HttpAnswer Control::Answer(const HttpRequest& request, const Outside& outside) const {
   try {
     CheckCaller(request);
     for (const Route& route : kRoutes) {
       if (route.Fits(request.Path()) && request.method == route.method) {
-        return JsonAnswer(200, route.answer({m_camera, request, cameraPort}));
+        return JsonAnswer(200, route.answer({m_camera, request, outside}));
       }
     }
   } catch (const Refused& refused) {

@@ -1,8 +1,9 @@
 // The control address of a camera: what people and tests see and change of it while it runs, as JSON over HTTP.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <string>
+#include <optional>
 
 #include "simcam/dispatcher.h"
 #include "simcam/httpserver.h"
@@ -11,7 +12,7 @@ namespace simcam {
 
 // Safe to use from several threads.
 //
-//   GET /camera            model, ports, profiles with their encoders, lenses, quirks that are on, counters
+//   GET /camera            model, ports, profiles with their encoders, lenses, viewers, quirks that are on, counters
 //   GET /quirks            all quirks, and those that are on
 //   POST /quirks           switches on: one NAME[=VALUE][@OPERATION][#NTH] a line; all of them or none
 //   DELETE /quirks         switches all off
@@ -29,10 +30,16 @@ class Control {
     QuirkSet& quirks;
   };
 
+  // What the camera's servers know.
+  struct Outside {
+    std::uint16_t port = 0;                   // of the camera's services
+    std::optional<std::uint16_t> streamPort;  // nothing: no streams are served
+    std::size_t viewers = 0;                  // of streams, at this moment
+  };
+
   explicit Control(const Camera& camera) : m_camera(camera) {}
 
-  // `cameraPort` is where the camera itself listens.
-  HttpAnswer Answer(const HttpRequest& request, std::uint16_t cameraPort) const;
+  HttpAnswer Answer(const HttpRequest& request, const Outside& outside) const;
 
  private:
   Camera m_camera;

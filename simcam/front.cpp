@@ -21,10 +21,17 @@ HttpAnswer Front::Answer(const HttpRequest& request) const {
     return request.method == "POST" ? AnswerService(request) : MethodNotAllowed("POST");
   }
   if (m_snapshots.HasTarget(request.target)) {
-    return request.method == "GET" || request.method == "HEAD" ? m_snapshots.Answer(request)
+    return request.method == "GET" || request.method == "HEAD" ? AnswerSnapshot(request)
                                                                : MethodNotAllowed("GET, HEAD");
   }
   return PlainAnswer(404, "the camera serves nothing at this address");
+}
+
+HttpAnswer Front::AnswerSnapshot(const HttpRequest& request) const {
+  HttpAnswer answer = m_snapshots.Answer(request);
+  answer.wire = m_quirks.ForCall(kSnapshotOperation).Wire();
+  ShapeAnswer(answer, request);
+  return answer;
 }
 
 HttpAnswer Front::AnswerService(const HttpRequest& request) const {

@@ -60,12 +60,12 @@ class SimCamera::Parts {
         quirks(AllQuirkTexts(model, options)),
         dispatcher(model, state, tokens, *clock, quirks),
         snapshots(model, state, *clock, options.user, options.password),
-        front(dispatcher, snapshots),
+        front(dispatcher, snapshots, quirks),
         control({model, state, dispatcher, quirks}),
         server(Serve(options.port, [this](const HttpRequest& request) { return Answer(request); })) {
     if (options.controlPort) {
       controlServer = Serve(*options.controlPort,
-                            [this](const HttpRequest& request) { return control.Answer(request, server->Port()); });
+                            [this](const HttpRequest& request) { return control.Answer(request, Outside()); });
     }
     RefreshStreams();
   }
@@ -83,6 +83,13 @@ class SimCamera::Parts {
     if (rtsp) {
       rtsp->Stop();
     }
+  }
+
+  Control::Outside Outside() const {
+    if (!rtsp) {
+      return {server->Port(), std::nullopt, 0};
+    }
+    return {server->Port(), rtsp->Port(), rtsp->Viewers()};
   }
 
   const std::unique_ptr<RtspServer> rtsp;  // null: no streams; asks the members below until it is stopped

@@ -113,6 +113,8 @@ TEST_F(ControlAddress, TellsWhatTheCameraIsAndDoes) {
   EXPECT_EQ(camera.at("model"), "ptz-dome");
   EXPECT_EQ(camera.at("port"), m_camera.Port());
   EXPECT_EQ(camera.at("controlPort"), m_camera.ControlPort());
+  EXPECT_TRUE(camera.at("streamPort").is_null());
+  EXPECT_EQ(camera.at("viewers"), 0);
   const simcam::CameraModel& model = m_camera.Model();
   ASSERT_EQ(camera.at("profiles").size(), model.profiles.size());
   const json& profile = camera.at("profiles").at(0);
@@ -226,6 +228,24 @@ TEST(ControlPort, EndsWithTheCamera) {
   EXPECT_TRUE(HttpConnection(camera.ControlPort()).IsOpen());
   camera.Stop();
   EXPECT_FALSE(HttpConnection(camera.ControlPort()).IsOpen());
+}
+
+TEST(SnapshotQuirks, ChangeHowSnapshotsTravelAndNothingElse) {
+  simcam::CameraOptions options;
+  options.quirks = {"http-status=503@snapshot#2"};
+  const SimCamera camera(simcam::LoadModel("ptz-dome"), options);
+  const auto statusOf = [&camera](const std::string& request) {
+    const HttpConnection connection(camera.Port());
+    connection.Send(request);
+    return connection.Receive().status;
+  };
+  const std::string snapshot = "GET /snapshot/profile_2.jpg HTTP/1.1\r\nHost: localhost\r\n\r\n";
+  const std::string date = simcamtest::PostRequest(
+      "/onvif/device_service", Envelope("", Element("GetSystemDateAndTime", simcamtest::kDeviceNs)));
+  EXPECT_EQ(statusOf(snapshot), 200);
+  EXPECT_EQ(statusOf(date), 200);
+  EXPECT_EQ(statusOf(snapshot), 503);
+  EXPECT_EQ(statusOf(snapshot), 200);
 }
 
 TEST(ModelQuirks, AreOnFromTheStartBesidesThoseOfTheOptions) {
