@@ -266,6 +266,7 @@ TEST_F(HttpQuirks, DripTakesItsTimePerByte) {
   connection.Send(Posted());
   const auto answer = connection.ReceiveAll(kLongest);
   EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(answer.bytes.size() - 1));
+  EXPECT_EQ(answer.end, End::Closed);
   EXPECT_THAT(answer.bytes, Body(kSoap));
 }
 
@@ -342,16 +343,19 @@ TEST_F(HttpQuirks, AClientThatLeavesFreesItsPlace) {
 
 TEST(SimCamera, StopsAtOnceWithBrokenAnswersOnTheirWay) {
   SimCamera camera(simcam::LoadModel("ptz-dome"));
-  camera.SwitchOn("http-drip=1000#1");
-  camera.SwitchOn("http-no-answer#2");
-  camera.SwitchOn("http-delay=30000#3");
-  camera.SwitchOn("http-idle-close=30000#4");
+  const std::pair<const char*, const char*> kinds[] = {{"http-drip=1000", "GetServices"},
+                                                       {"http-no-answer", "GetCapabilities"},
+                                                       {"http-delay=30000", "GetServiceCapabilities"},
+                                                       {"http-idle-close=30000", "GetSystemDateAndTime"}};
   std::vector<std::unique_ptr<HttpConnection>> waiting;
-  for (int i = 0; i < 4; ++i) {
+  for (const auto& [quirk, operation] : kinds) {
+    camera.SwitchOn(std::string(quirk) + "@" + operation);
     waiting.push_back(std::make_unique<HttpConnection>(camera.Port()));
-    waiting.back()->Send(Posted());
+    waiting.back()->Send(simcamtest::PostRequest(kDevicePath, Envelope("", Element(operation, kDeviceNs))));
   }
   EXPECT_THAT(waiting[3]->Receive().body, kSoap);
+  EXPECT_EQ(waiting[1]->ReceiveAll(kPatience).end, End::Silent);
+  EXPECT_EQ(waiting[2]->ReceiveAll(kPatience).end, End::Silent);
   const auto start = std::chrono::steady_clock::now();
   camera.Stop();
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(200));
