@@ -195,7 +195,7 @@ class Player::Pipeline {
 Player::Player(std::uint16_t port, const std::string& target, const std::string& chain, const PlayerOptions& options) {
   gst_init(nullptr, nullptr);
   const std::string account = options.user.empty() ? "" : " user-id=" + options.user + " user-pw=" + options.password;
-  m_pipeline = std::make_unique<Pipeline>("rtspsrc latency=0 protocols=" + options.protocol + account +
+  m_pipeline = std::make_unique<Pipeline>("rtspsrc latency=0 buffer-mode=none protocols=" + options.protocol + account +
                                           " location=\"rtsp://127.0.0.1:" + std::to_string(port) + target + "\" ! " +
                                           chain + " ! appsink name=sink sync=false");
 }

@@ -49,7 +49,7 @@ class RtspConnection {
 
 // A decoded picture or piece of sound.
 struct Sample {
-  double time = 0;  // seconds of the stream
+  double time = 0;  // seconds by the stream's own stamps
   int width = 0;    // pixels; of pictures
   int height = 0;
   int rate = 0;                     // samples a second; of sound
