@@ -263,7 +263,7 @@ TEST(AllQuirks, NamesAreUniqueHyphenatedLowerCase) {
 TEST(AllQuirks, TroubleIsOneShortLine) {
   for (const Quirk& quirk : EveryQuirk()) {
     const std::string trouble = quirk.trouble;
-    EXPECT_GE(trouble.size(), 20U) << quirk.name;
+    EXPECT_GE(trouble.size(), 10U) << quirk.name;
     EXPECT_LE(trouble.size(), 120U) << quirk.name;
     EXPECT_EQ(trouble.find_first_of("\r\n\t|"), std::string::npos) << quirk.name;
   }

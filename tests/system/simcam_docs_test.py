@@ -42,7 +42,8 @@ def tables():
     """The part of the page that lists the quirks."""
     text = ""
     for name, quirks in groups():
-        text += f"\n### {name[0].upper()}{name[1:]}\n\n| quirk | what the camera does | value | operations |\n|---|---|---|---|\n"
+        heading = name[0].upper() + name[1:].replace("-", " ")
+        text += f"\n### {heading}\n\n| quirk | what the camera does | value | operations |\n|---|---|---|---|\n"
         for quirk, trouble, value, operations in quirks:
             text += f"| `{quirk}` | {trouble} | {value} | {operations} |\n"
     return text + "\n"

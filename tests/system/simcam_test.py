@@ -41,7 +41,7 @@ class Simcam(unittest.TestCase):
         self.assertEqual((listed.returncode, listed.stderr), (0, ""))
         groups = [block.splitlines() for block in listed.stdout.split("\n\n")]
         for group in groups:
-            self.assertRegex(group[0], r"^[a-z]+$")
+            self.assertRegex(group[0], r"^[a-z]+(-[a-z]+)*$")
             for line in group[1:]:
                 self.assertRegex(line, r"^  (\S.*  +\S.{19}|  +(value|only): \S)")
         self.assertEqual([group[0] for group in groups][:2], ["clock", "authentication"])
