@@ -51,12 +51,13 @@ struct VideoRow {
   std::string_view encoding;  // in the description of the stream
   const char* codec;          // as the camera's media service names it
   const char* depayloader;
+  const char* parser;  // for cameras that send several pictures in one packet; left out where it is missing
   std::array<const char*, 2> decoders;
 };
 
-constexpr VideoRow kVideo[] = {{"H264", "H264", "rtph264depay", {"avdec_h264", "openh264dec"}},
-                               {"MP4V-ES", "MPEG4", "rtpmp4vdepay", {"avdec_mpeg4", "avdec_mpeg4"}},
-                               {"JPEG", "JPEG", "rtpjpegdepay", {"jpegdec", "avdec_mjpeg"}}};
+constexpr VideoRow kVideo[] = {{"H264", "H264", "rtph264depay", "h264parse", {"avdec_h264", "openh264dec"}},
+                               {"MP4V-ES", "MPEG4", "rtpmp4vdepay", "mpeg4videoparse", {"avdec_mpeg4", "avdec_mpeg4"}},
+                               {"JPEG", "JPEG", "rtpjpegdepay", "jpegparse", {"jpegdec", "avdec_mjpeg"}}};
 
 struct AudioRow {
   std::string_view prefix;  // of the encoding in the description
@@ -83,7 +84,9 @@ std::string DecodingOf(const std::string& encoding) {
   const VideoRow* const row = FindVideo(encoding);
   if (row == nullptr || !HasElement(row->depayloader)) return {};
   const auto* const decoder = std::find_if(row->decoders.begin(), row->decoders.end(), &HasElement);
-  return decoder == row->decoders.end() ? "" : std::string(row->depayloader) + " ! " + *decoder + " ! ";
+  if (decoder == row->decoders.end()) return {};
+  const std::string parsing = HasElement(row->parser) ? std::string(row->parser) + " ! " : "";
+  return std::string(row->depayloader) + " ! " + parsing + *decoder + " ! ";
 }
 
 std::string AudioName(const std::string& encoding) {
@@ -134,11 +137,14 @@ class Findings {
     if (m_found.frames++ == 0) {
       m_found.firstPicture = std::chrono::duration_cast<std::chrono::milliseconds>(m_last - m_begin);
       m_firstTime = time;
+      m_lastTime = time;
     }
     m_found.width = width;
     m_found.height = height;
-    const bool timed = GST_CLOCK_TIME_IS_VALID(time) && GST_CLOCK_TIME_IS_VALID(m_firstTime) && time > m_firstTime;
-    if (timed) m_found.span = static_cast<double>(time - m_firstTime) / static_cast<double>(GST_SECOND);
+    if (!GST_CLOCK_TIME_IS_VALID(time) || !GST_CLOCK_TIME_IS_VALID(m_firstTime) || time <= m_lastTime) return;
+    m_lastTime = time;
+    m_found.timed = m_found.frames;
+    m_found.span = static_cast<double>(time - m_firstTime) / static_cast<double>(GST_SECOND);
   }
 
   void CountSound() {
@@ -159,7 +165,7 @@ class Findings {
   // Whether the pictures of `duration` are there: at least two, which a rate needs.
   bool Complete(std::chrono::milliseconds duration) const {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_found.frames > 1 && Clock::now() - m_begin >= m_found.firstPicture + duration;
+    return m_found.timed > 1 && Clock::now() - m_begin >= m_found.firstPicture + duration;
   }
 
   // Whether nothing came for longer than `patience`.
@@ -173,6 +179,7 @@ class Findings {
   const Clock::time_point m_begin;
   Clock::time_point m_last;
   GstClockTime m_firstTime = GST_CLOCK_TIME_NONE;
+  GstClockTime m_lastTime = GST_CLOCK_TIME_NONE;
   bool m_described = false;
   Playback m_found;
 };

@@ -48,18 +48,19 @@ struct AudioTrack {
 /// What was measured. What is not known yet when playing ends is empty or 0.
 struct Playback {
   PlayResult result = PlayResult::Played;
-  std::string error;                          ///< of the layers below, one line, without account
-  int status = 0;                             ///< RTSP status of a refusal
-  std::string codec;                          ///< "H264", "MPEG4", "JPEG", or the name in the description
-  int width = 0;                              ///< pixels of the decoded picture
-  int height = 0;                             ///< the same
-  std::uint64_t frames = 0;                   ///< pictures decoded
-  double span = 0;                            ///< seconds from the first picture's presentation time to the last's
+  std::string error;         ///< of the layers below, one line, without account
+  int status = 0;            ///< RTSP status of a refusal
+  std::string codec;         ///< "H264", "MPEG4", "JPEG", or the name in the description
+  int width = 0;             ///< pixels of the decoded picture
+  int height = 0;            ///< the same
+  std::uint64_t frames = 0;  ///< pictures decoded
+  std::uint64_t timed = 0;  ///< pictures up to the last one with a time of its own: of several in one packet one has it
+  double span = 0;          ///< seconds from the first picture's presentation time to the last's
   std::chrono::milliseconds firstPicture{0};  ///< from the start to the first picture
   std::optional<AudioTrack> audio;
 
   /// Pictures per second by their presentation times; 0 when there were not two.
-  double Rate() const { return span > 0 ? static_cast<double>(frames - 1) / span : 0; }
+  double Rate() const { return span > 0 ? static_cast<double>(timed - 1) / span : 0; }
 };
 
 /// Whether streams can be played.
@@ -67,7 +68,8 @@ struct Playback {
 bool CanPlay(std::string& reason);
 
 /// Plays a stream over RTSP, its data interleaved in the one TCP connection. Blocks; ends in any case within the
-/// duration and two patiences. Credentials go to that host alone, and stand in no address. Nothing is shown and nothing is printed.
+/// duration and two patiences. Credentials go to that host alone, once, to answer a Digest challenge, and stand in no
+/// address. Nothing is shown, and nothing is printed.
 Playback Play(const PlayRequest& request);
 
 }  // namespace camctl

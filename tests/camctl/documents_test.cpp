@@ -110,6 +110,7 @@ TEST(JsonText, WhatWasPlayedAndWrittenIsPartOfTheCamera) {
   playback.width = 352;
   playback.height = 288;
   playback.frames = 11;
+  playback.timed = 11;
   playback.span = 2;
   playback.firstPicture = std::chrono::milliseconds(120);
   playback.audio = AudioTrack{"AAC", 16000, 40};

@@ -16,6 +16,7 @@ Playback Good() {
   playback.width = 640;
   playback.height = 360;
   playback.frames = 31;
+  playback.timed = 31;
   playback.span = 3;
   playback.audio = AudioTrack{"AAC", 16000, 48};
   return playback;
@@ -39,8 +40,15 @@ TEST(Playback, RateNeedsTwoPictures) {
   Playback playback;
   EXPECT_EQ(playback.Rate(), 0);
   playback.frames = 1;
+  playback.timed = 1;
   EXPECT_EQ(playback.Rate(), 0);
   EXPECT_DOUBLE_EQ(Good().Rate(), 10);
+}
+
+TEST(Playback, PicturesBehindTheLastTimeDoNotCount) {
+  Playback playback = Good();
+  playback.frames = 35;
+  EXPECT_DOUBLE_EQ(playback.Rate(), 10);
 }
 
 TEST(DescribePlayback, OneLine) {
