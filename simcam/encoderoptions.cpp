@@ -4,10 +4,19 @@
 #include <iterator>
 
 #include "simcam/bytoken.h"
+#include "simcam/picture.h"
 
 namespace simcam {
 
 namespace {
+
+struct SizeLimits {
+  int largest;  // pixels of the longer side
+  int step;     // pixels; a side that is no multiple would arrive cut or padded
+};
+
+// By codec. The header of RTP/JPEG counts blocks of 8 pixels in one byte.
+constexpr SizeLimits kSizeLimits[kVideoCodecs] = {{2040, 8}, {kMaxPictureEdge, 1}, {kMaxPictureEdge, 2}};
 
 // In the order of VideoCodec.
 constexpr const char* kCodecNames[kVideoCodecs] = {"JPEG", "MPEG4", "H264"};
@@ -87,6 +96,18 @@ std::optional<VideoCodec> CodecNamed(std::string_view name) {
 bool IsProfileOf(VideoCodec codec, std::string_view profile) {
   return std::any_of(std::begin(kCodecProfiles), std::end(kCodecProfiles),
                      [&](const CodecProfile& row) { return row.codec == codec && row.name == profile; });
+}
+
+std::string WhyNotStreamable(VideoCodec codec, const Resolution& size) {
+  const SizeLimits& limits = kSizeLimits[static_cast<std::size_t>(codec)];
+  const auto [smaller, larger] = std::minmax(size.width, size.height);
+  if (smaller < kMinPictureEdge || larger > limits.largest) {
+    return std::string(NameOf(codec)) + " is sent from " + std::to_string(kMinPictureEdge) + " to " +
+           std::to_string(limits.largest) + " pixels a side";
+  }
+  const bool isStepped = size.width % limits.step == 0 && size.height % limits.step == 0;
+  return isStepped ? ""
+                   : std::string(NameOf(codec)) + " has sides that are multiples of " + std::to_string(limits.step);
 }
 
 const VideoCodecOptions* FindCodec(const VideoEncoderOptions& options, VideoCodec codec) {

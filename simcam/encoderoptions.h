@@ -17,6 +17,9 @@ std::optional<VideoCodec> CodecNamed(std::string_view name);
 // True for the profiles that the standard knows of the codec; JPEG has none.
 bool IsProfileOf(VideoCodec codec, std::string_view profile);
 
+// Why pictures of that size cannot be streamed; empty when they can.
+std::string WhyNotStreamable(VideoCodec codec, const Resolution& size);
+
 // The options of one codec; null when there are none.
 const VideoCodecOptions* FindCodec(const VideoEncoderOptions& options, VideoCodec codec);
 

@@ -99,6 +99,17 @@ void CheckPaths(const Checker& check, const CameraModel& model) {
   }
 }
 
+// What a client can set must be what it can watch.
+void CheckSizes(const Checker& check, const VideoEncoderOptions& options, const VideoCodecOptions& codec) {
+  for (const Resolution& size : codec.resolutions) {
+    const std::string problem = WhyNotStreamable(codec.codec, size);
+    check.Require(problem.empty(), "videoEncoderOptions",
+                  "\"" + options.token + "\" offers " + std::to_string(size.width) + "x" + std::to_string(size.height) +
+                      ", but " + problem,
+                  "change the size");
+  }
+}
+
 void CheckVideo(const Checker& check, const CameraModel& model) {
   check.Require(!model.videoEncoderOptions.empty(), "videoEncoderOptions", "empty", "give at least one set of options");
   check.RequireTokens(TokensOf(model.videoEncoderOptions), "videoEncoderOptions");
@@ -110,6 +121,7 @@ void CheckVideo(const Checker& check, const CameraModel& model) {
           !codec.resolutions.empty() && codec.codecProfiles.empty() == (codec.codec == VideoCodec::Jpeg);
       check.Require(isWhole, "videoEncoderOptions", "\"" + options.token + "\" has a codec without sizes or profiles",
                     "give at least one of each");
+      CheckSizes(check, options, codec);
     }
   }
   for (const VideoEncoderConfiguration& encoder : model.videoEncoders) {

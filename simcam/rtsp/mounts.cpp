@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "simcam/encoderoptions.h"
 #include "simcam/rtsp/pipeline.h"
 #include "simcam/rtsp/serverclass.h"
 
@@ -61,7 +62,8 @@ void Mounts::Update(const std::vector<StreamDescription>& streams) {
     place = m_mounts.erase(place);
   }
   for (const StreamDescription& stream : streams) {
-    if (m_mounts.count(stream.target) == 0 && WhyNotStreamable(stream.video).empty()) {
+    if (m_mounts.count(stream.target) == 0 &&
+        WhyNotStreamable(stream.video.codec, {stream.video.width, stream.video.height}).empty()) {
       Mount& mount = m_mounts[stream.target];
       mount.stream = stream;
       mount.edition = ++m_lastEdition;

@@ -8,14 +8,6 @@ namespace simcam {
 
 namespace {
 
-struct CodecLimits {
-  int largest;  // pixels of the longer side
-  int step;     // pixels; a side that is no multiple would arrive cut or padded
-};
-
-// By codec. The header of RTP/JPEG counts blocks of 8 pixels in one byte.
-constexpr CodecLimits kLimits[kVideoCodecs] = {{2040, 8}, {kMaxPictureEdge, 1}, {kMaxPictureEdge, 2}};
-
 constexpr int kBitsPerKbit = 1000;
 
 // Before each payloader: a viewer who wants pictures alone leaves the sound unlinked, which must not end the stream.
@@ -127,19 +119,6 @@ std::string AudioText(const AudioEncoderConfiguration& audio) {
 }
 
 }  // namespace
-
-std::string WhyNotStreamable(const VideoEncoderConfiguration& video) {
-  const CodecLimits& limits = kLimits[static_cast<std::size_t>(video.codec)];
-  const auto [smaller, larger] = std::minmax(video.width, video.height);
-  if (smaller < kMinPictureEdge || larger > limits.largest) {
-    return "pictures of this codec are sent from " + Number(kMinPictureEdge) + " to " + Number(limits.largest) +
-           " pixels a side";
-  }
-  if (video.width % limits.step != 0 || video.height % limits.step != 0) {
-    return "pictures of this codec have sides that are multiples of " + Number(limits.step) + " pixels";
-  }
-  return video.frameRate < 1 ? "a stream has at least one frame per second" : "";
-}
 
 std::string PipelineText(const StreamDescription& stream) {
   return "( " + VideoText(stream) + (stream.audio ? AudioText(*stream.audio) : std::string()) + " )";

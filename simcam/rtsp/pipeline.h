@@ -12,9 +12,6 @@ constexpr char kPictureElement[] = "picture";  // an appsrc
 constexpr char kSoundElement[] = "sound";
 constexpr char kEncoderElement[] = "encoder";
 
-// Why the pictures cannot be sent; empty when they can.
-std::string WhyNotStreamable(const VideoEncoderConfiguration& video);
-
 // The pipeline of a stream. Its pictures are to be given to the appsrc in the format that its capabilities name.
 std::string PipelineText(const StreamDescription& stream);
 
