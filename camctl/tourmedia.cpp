@@ -7,19 +7,19 @@ namespace camctl {
 
 bool TourMedia::Run() {
   if (!m_runner.Run({&kRecordingStream, &kLiveStream, &kSnapshot})) return false;
-  std::string missing;
-  CanPlay(missing);
-  m_notPlayed = m_options.play ? missing : "--no-play";
-  const bool played = !m_options.play || (Play(kPlayRecording, missing) && Play(kPlayLive, missing));
-  const bool passed = played && m_runner.Run(SaveSnapshot(m_options.snapshot));
+  m_notPlayed = m_options.play ? "" : "--no-play";
+  const bool passed = (!m_options.play || PlayBoth()) && m_runner.Run(SaveSnapshot(m_options.snapshot));
   m_failedBeside = !passed;
   return passed;
 }
 
-bool TourMedia::Play(const PlayableStream& stream, const std::string& missing) {
-  const Step step = PlayStream(stream, m_options.playTime, PlayPurpose::Check);
-  if (missing.empty()) return m_runner.RunIfPossible(step, "");
-  m_runner.LeaveOut(step, missing);
+bool TourMedia::PlayBoth() {
+  const bool possible = CanPlay(m_notPlayed);
+  for (const PlayableStream* stream : {&kPlayRecording, &kPlayLive}) {
+    const Step step = PlayStream(*stream, m_options.playTime, PlayPurpose::Check);
+    if (!possible) m_runner.LeaveOut(step, m_notPlayed);
+    if (possible && !m_runner.RunIfPossible(step, "")) return false;
+  }
   return true;
 }
 

@@ -31,7 +31,7 @@ class TourMedia {
   void Show() const;
 
  private:
-  bool Play(const PlayableStream& stream, const std::string& missing);
+  bool PlayBoth();
   std::string PlayedText() const;
 
   Runner& m_runner;

@@ -53,9 +53,9 @@ class Play(unittest.TestCase):
             for codec in ("AAC", "G711", "G726"):
                 with self.subTest(codec=codec):
                     self.assertEqual(ask(camera, "audio", "set", codec).returncode, 0)
-                    done = ask(camera, "play", "--seconds", "0.5", "--json")
+                    done = ask(camera, "play", "--stream", "live", "--seconds", "0.5", "--json")
                     self.assertEqual(done.returncode, 0, done.stdout)
-                    audio = json.loads(done.stdout)["camera"]["played"]["recording"]["audio"]
+                    audio = json.loads(done.stdout)["camera"]["played"]["live"]["audio"]
                     self.assertEqual(audio["codec"], codec)
                     self.assertGreater(audio["packets"], 0)
 
@@ -76,7 +76,7 @@ class Play(unittest.TestCase):
         self.assertIn("  restore ", done.stdout, "the camera answers, so that it is put back")
 
     def test_interrupt_ends_it_in_good_order(self):
-        status, shown = programs.on_terminal(["play", "--sim", "--seconds", "3600"], prompt=b"play recording ...",
+        status, shown = programs.on_terminal(["play", "--sim", "--stream", "live", "--seconds", "3600"], prompt=b"play live ...",
                                              typed=b"\x03")
         self.assertTrue(os.WIFEXITED(status), shown)
         self.assertIn(os.waitstatus_to_exitcode(status), (0, 1), shown)
@@ -126,7 +126,7 @@ class Snapshot(unittest.TestCase):
 
 def why_not():
     """Why streams cannot be played here; empty when they can."""
-    done = programs.camctl("play", "--sim", "--seconds", "0.1")
+    done = programs.camctl("play", "--sim", "--stream", "live", "--seconds", "0.1")
     if done.returncode == 7:
         return next(line for line in done.stdout.splitlines() if line.startswith("cause:"))
     with programs.Camera() as camera:
