@@ -232,14 +232,5 @@ TEST_F(Player, NamesAndTracksOfADescriptionAreBounded) {
   EXPECT_LE(playback.audio->codec.size(), 32U);
 }
 
-TEST(PlayWithoutPlayer, SaysWhatToInstall) {
-  std::string reason;
-  if (CanPlay(reason)) GTEST_SKIP() << "this build can play";
-  EXPECT_THAT(reason, HasSubstr("install "));
-  const Playback playback = Play(PlayRequest());
-  EXPECT_EQ(playback.result, PlayResult::NotAvailable);
-  EXPECT_EQ(playback.error, reason);
-}
-
 }  // namespace
 }  // namespace camctl

@@ -124,18 +124,6 @@ class Snapshot(unittest.TestCase):
         self.assertIn("cause:  nosuch/shot.jpg cannot be written: No such file or directory", done.stdout)
 
 
-def why_not():
-    """Why streams cannot be played here; empty when they can."""
-    done = programs.camctl("play", "--sim", "--stream", "live", "--seconds", "0.1")
-    if done.returncode == 7:
-        return next(line for line in done.stdout.splitlines() if line.startswith("cause:"))
-    with programs.Camera() as camera:
-        line = programs.read_line(camera.process.stdout)
-    return line.strip() if "no streams" in line else ""
-
-
 if __name__ == "__main__":
-    REASON = why_not()
-    if REASON:
-        programs.skip_all(REASON)
+    programs.skip_all_without_streams()
     programs.main()

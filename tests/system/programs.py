@@ -191,6 +191,14 @@ def skip_all(reason):
     sys.exit(SKIPPED)
 
 
+def skip_all_without_streams():
+    """Ends the script where the programs serve and play no streams."""
+    with Camera() as camera:
+        reason = camera.streams_line.partition("no streams: ")[2].strip()
+    if reason:
+        skip_all(f"no RTSP streams: {reason}")
+
+
 def main():
     for name, program in (("CAMAPI_CAMCTL", CAMCTL), ("CAMAPI_SIMCAM", SIMCAM)):
         if not os.access(program, os.X_OK):
