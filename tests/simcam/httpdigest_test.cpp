@@ -183,6 +183,12 @@ TEST_F(DigestCheck, NonceGetsStaleWithItsLifetime) {
   EXPECT_EQ(m_checker.RememberedNonces(), 1U) << "the stale one is forgotten";
 }
 
+TEST_F(DigestCheck, NonceThatWasNeverUsedGetsStaleToo) {
+  const DigestLogin login = Login();
+  m_clock.Advance(simcam::kDigestNonceLifetime + std::chrono::milliseconds(1));
+  EXPECT_EQ(Check(login), DigestVerdict::Stale);
+}
+
 TEST_F(DigestCheck, RepeatedRequestIsNeverAcceptedAtAnyLaterTime) {
   const DigestLogin login = Login();
   ASSERT_EQ(Check(login), DigestVerdict::Accepted);

@@ -180,6 +180,23 @@ TEST(Snapshot, ShowsWhereTheLensIs) {
   EXPECT_GT(DifferenceOf(later, simcamtest::DecodeJpeg(served.Get(target).body)), 15);
 }
 
+TEST(Snapshot, ProfileWithoutPtzLooksThroughTheSameLens) {
+  Served served("ptz-dome");
+  served.Media("CreateProfile", "<Name>New</Name><Token>new</Token>");
+  served.Media("AddVideoSourceConfiguration", "<ProfileToken>new</ProfileToken><ConfigurationToken>" +
+                                                  served.Camera().Model().videoSources.at(0).token +
+                                                  "</ConfigurationToken>");
+  served.Media("AddVideoEncoderConfiguration",
+               "<ProfileToken>new</ProfileToken><ConfigurationToken>vec_sub</ConfigurationToken>");
+  served.Call(served.Camera().Model().paths.ptz, simcamtest::kPtz20Ns, "GotoPreset",
+              "<ProfileToken>profile_1</ProfileToken><PresetToken>preset_1</PresetToken>");
+  served.Clock().Advance(std::chrono::seconds(5));
+  const DecodedPicture with = simcamtest::DecodeJpeg(served.Get(served.Target("profile_2")).body);
+  const DecodedPicture without = simcamtest::DecodeJpeg(served.Get(served.Target("new")).body);
+  ASSERT_GT(with.width, 0);
+  EXPECT_LT(DifferenceOf(with, without), 2);
+}
+
 TEST(Snapshot, HeadTellsTheSizeWithoutThePicture) {
   const Served served("ptz-dome");
   const std::string target = served.Target("profile_2");
