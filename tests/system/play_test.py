@@ -28,7 +28,8 @@ class Play(unittest.TestCase):
         with programs.Camera("ptz-dome") as camera:
             for codec, wire, size, rate in CODECS:
                 with self.subTest(codec=codec):
-                    done = ask(camera, "stream", "set", "--json", "--codec", codec, "--resolution", size, "--fps", str(rate))
+                    done = ask(camera, "stream", "set", "--json", "--codec", codec, "--resolution", size, "--fps",
+                               str(rate))
                     self.assertEqual(done.returncode, 0, done.stdout)
                     profiles = json.loads(done.stdout)["camera"]["profiles"]
                     done = ask(camera, "play", "--seconds", SECONDS, "--json", "--profiles", profiles)
@@ -113,8 +114,9 @@ class Snapshot(unittest.TestCase):
                 written = json.loads(done.stdout)["camera"]["snapshot"]
                 path = os.path.join(programs.FOLDER.name, name)
                 self.assertEqual(written["bytes"], os.path.getsize(path))
-                shown = subprocess.run(["ffmpeg", "-v", "error", "-xerror", "-i", path, "-f", "rawvideo", "-pix_fmt", "gray", "-"],
-                                       stdin=subprocess.DEVNULL, capture_output=True, timeout=programs.RUN_S, check=False)
+                decoding = ["ffmpeg", "-v", "error", "-xerror", "-i", path, "-f", "rawvideo", "-pix_fmt", "gray", "-"]
+                shown = subprocess.run(decoding, stdin=subprocess.DEVNULL, capture_output=True, timeout=programs.RUN_S,
+                                       check=False)
                 self.assertEqual((shown.returncode, shown.stderr), (0, b""))
                 self.assertEqual(len(shown.stdout), written["width"] * written["height"])
 
