@@ -1,6 +1,7 @@
 // camctl play: what a stream really carries.
 
 #include "camctl/commands.h"
+#include "camctl/interruption.h"
 #include "camctl/playing.h"
 #include "camctl/text.h"
 #include "camctl/usageerror.h"
@@ -28,8 +29,9 @@ void ShowPlayback(Console& console, const std::string& url, const Playback& play
 
 void RunPlayCommand(Runner& runner, const PlayableStream& stream, std::chrono::milliseconds duration) {
   if (!runner.Discover() || !runner.LearnProfiles() || !runner.Run(stream.address)) return;
+  Interruption interruption;  // before it is promised: from when the step is shown, Ctrl-C ends it
   runner.GetConsole().Progress(std::string("  playing ") + stream.name + ", Ctrl-C ends it ...");
-  if (!runner.Run(PlayStream(stream, duration, PlayPurpose::Measure))) return;
+  if (!runner.Run(PlayStream(stream, duration, PlayPurpose::Measure, interruption))) return;
   const CameraReport& camera = runner.GetSession().Camera();
   ShowPlayback(runner.GetConsole(), camera.paths.at(stream.name).url, camera.played.at(stream.name));
 }

@@ -6,7 +6,6 @@
 #include <cmath>
 #include <cstdio>
 
-#include "camctl/interruption.h"
 #include "camctl/text.h"
 
 namespace camctl {
@@ -115,8 +114,7 @@ StepOutcome Checked(Session& session, const PlayableStream& stream, const Playba
 }
 
 StepOutcome RunPlay(Session& session, const PlayableStream& stream, std::chrono::milliseconds duration,
-                    PlayPurpose purpose) {
-  Interruption interruption;  // first of all: from when the step is shown, Ctrl-C ends it
+                    PlayPurpose purpose, Interruption& interruption) {
   std::string path;
   int port = 0;
   const int found = (session.Driver().*stream.find)(path, port);
@@ -182,9 +180,13 @@ StepOutcome OutcomeOf(const Playback& playback, const PlayRequest& request, Play
   return {row->result, "", Cause{Filled(row->cause, playback, request), row->remedy}};
 }
 
-Step PlayStream(const PlayableStream& stream, std::chrono::milliseconds duration, PlayPurpose purpose) {
+Step PlayStream(const PlayableStream& stream, std::chrono::milliseconds duration, PlayPurpose purpose,
+                Interruption& interruption) {
   return {stream.step, "RTSP",
-          [&stream, duration, purpose](Session& session) { return RunPlay(session, stream, duration, purpose); }, true};
+          [&stream, duration, purpose, &interruption](Session& session) {
+            return RunPlay(session, stream, duration, purpose, interruption);
+          },
+          true};
 }
 
 }  // namespace camctl

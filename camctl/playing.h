@@ -3,6 +3,7 @@
 #include <chrono>
 #include <string>
 
+#include "camctl/interruption.h"
 #include "camctl/player.h"
 #include "camctl/session.h"
 #include "camctl/steps.h"
@@ -29,8 +30,10 @@ enum class PlayPurpose {
   Check,    ///< what was measured must be what the camera says to have set
 };
 
-/// Plays the stream where the driver says it is, and puts what was measured into the session's report.
-Step PlayStream(const PlayableStream& stream, std::chrono::milliseconds duration, PlayPurpose purpose);
+/// Plays the stream where the driver says it is, and puts what was measured into the session's report. The interruption
+/// ends it, and must outlive the step.
+Step PlayStream(const PlayableStream& stream, std::chrono::milliseconds duration, PlayPurpose purpose,
+                Interruption& interruption);
 
 /// What a playback means: result code, description, and cause and remedy of a failure.
 /// \param request that was played
