@@ -15,8 +15,8 @@
 namespace simcam {
 
 constexpr std::size_t kMaxRequestBody = std::size_t{128} * 1024;  // bytes; more is answered with 413
-constexpr unsigned kMaxOpenConnections = 128;  // beyond this the longest silent one is closed
-constexpr unsigned kIdleSeconds = 15;          // a connection without traffic is closed after this time
+constexpr unsigned kMaxOpenConnections = 128;                     // beyond this the longest silent one is closed
+constexpr unsigned kIdleSeconds = 15;  // a connection without traffic is closed after this time
 
 struct HttpRequest {
   std::string method;
