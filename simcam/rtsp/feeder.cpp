@@ -38,7 +38,10 @@ class Feeder {
       : m_profileToken(stream.profileToken),
         m_frameRate(stream.video.frameRate),
         m_gate(std::move(gate)),
-        m_renderer(TextOf(stream, modelName)) {}
+        m_renderer(TextOf(stream, modelName)) {
+    // What is drawn once per process and per stream takes its time; it is over before the stream's clock starts.
+    m_renderer.Render(PictureMoment());
+  }
 
   static void NeedData(GstAppSrc* source, guint, gpointer self) { static_cast<Feeder*>(self)->Push(source); }
   static void Destroy(gpointer self) { const std::unique_ptr<Feeder> owner(static_cast<Feeder*>(self)); }
