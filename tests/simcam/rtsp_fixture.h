@@ -71,10 +71,10 @@ class Rtsp : public testing::Test {
   std::unique_ptr<simcam::RtspServer> m_server;
 };
 
-// Waits until the condition holds, 5 seconds at most; returns whether it does.
+// Waits until the condition holds, 30 seconds at most; returns whether it does.
 template <typename Condition>
 bool Becomes(const Condition& condition) {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
   while (!condition()) {
     if (std::chrono::steady_clock::now() > deadline) {
       return false;

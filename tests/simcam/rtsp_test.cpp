@@ -37,28 +37,44 @@ std::ostream& operator<<(std::ostream& out, const VideoRow& row) {
   return out << row.name;
 }
 
+// The latest frames that followed each other without a gap.
+struct FrameRun {
+  int frames = 0;  // in all
+  int length = 0;
+  double begin = 0;  // seconds
+  double end = 0;    // seconds
+  std::uint32_t last = 0;
+
+  void Add(const Sample& sample) {
+    const auto code = ReadFrameCode(sample.bytes.data(), sample.width, sample.height,
+                                    simcam::FrameCodeBlock(sample.width, sample.height));
+    ASSERT_TRUE(code.has_value()) << "in frame " << frames;
+    ASSERT_TRUE(frames == 0 || *code > last) << last << " is followed by " << *code;
+    length = frames > 0 && *code == last + 1 ? length + 1 : 1;
+    begin = length == 1 ? sample.time : begin;
+    end = sample.time;
+    last = *code;
+    ++frames;
+  }
+};
+
 class RtspVideo : public Rtsp, public testing::WithParamInterface<VideoRow> {};
 
 TEST_P(RtspVideo, HasTheConfiguredSizeAndRateAndCountsItsFrames) {
   const VideoRow& row = GetParam();
   m_server->Update({Stream("/media/profile_1", row.codec, row.width, row.height, row.frameRate)});
   const Player player(Port(), "/media/profile_1", row.chain);
-  const std::vector<Sample> samples = player.Take(16);
-  ASSERT_EQ(samples.size(), 16U) << player.Error();
-  for (const Sample& sample : samples) {
-    ASSERT_EQ(sample.width, row.width);
-    ASSERT_EQ(sample.height, row.height);
+  // On a machine that is too slow frames are left out, but not all the time.
+  FrameRun run;
+  while (run.length < 10 && run.frames < 150) {
+    const std::optional<Sample> sample = player.Next();
+    ASSERT_TRUE(sample.has_value()) << player.Error();
+    ASSERT_EQ(sample->width, row.width);
+    ASSERT_EQ(sample->height, row.height);
+    run.Add(*sample);
   }
-  const double seconds = samples.back().time - samples.front().time;
-  EXPECT_NEAR(15 / seconds, row.frameRate, row.frameRate * 0.1);
-  const int block = simcam::FrameCodeBlock(row.width, row.height);
-  std::optional<std::uint32_t> last;
-  for (const Sample& sample : samples) {
-    const auto code = ReadFrameCode(sample.bytes.data(), row.width, row.height, block);
-    ASSERT_TRUE(code.has_value());
-    ASSERT_TRUE(!last || *code == *last + 1) << *last << " is followed by " << *code;
-    last = code;
-  }
+  ASSERT_EQ(run.length, 10);
+  EXPECT_NEAR((run.length - 1) / (run.end - run.begin), row.frameRate, row.frameRate * 0.1);
 }
 
 TEST_P(RtspVideo, IsDescribedAsItsCodec) {
@@ -162,9 +178,14 @@ TEST_F(Rtsp, PictureFollowsTheLens) {
   const std::vector<Sample> before = player.Take(2);
   ASSERT_EQ(before.size(), 2U) << player.Error();
   m_pan = 0.1;
-  const std::vector<Sample> after = player.Take(8);
-  ASSERT_EQ(after.size(), 8U);
-  EXPECT_GT(ShiftToTheLeft(before.back(), after.back()), 4);
+  // Some pictures are on their way already.
+  int shift = 0;
+  for (int i = 0; i < 60 && shift == 0; ++i) {
+    const std::optional<Sample> after = player.Next();
+    ASSERT_TRUE(after.has_value()) << player.Error();
+    shift = ShiftToTheLeft(before.back(), *after);
+  }
+  EXPECT_GT(shift, 4);
 }
 
 TEST_F(Rtsp, UnknownAddressIsNotFound) {

@@ -19,7 +19,7 @@ struct RtspReply {
   std::string Header(const std::string& name) const;
 };
 
-// One connection to 127.0.0.1 that speaks RTSP by hand. Reading waits 5 seconds at most.
+// One connection to 127.0.0.1 that speaks RTSP by hand. Reading waits 30 seconds at most.
 class RtspConnection {
  public:
   explicit RtspConnection(std::uint16_t port);
@@ -38,10 +38,12 @@ class RtspConnection {
   // True when at least one byte comes.
   bool HasData() const;
 
-  // True when the other side closes the connection within 5 seconds; what comes before is thrown away.
+  // True when the other side closes the connection within 30 seconds; what comes before is thrown away.
   bool IsClosedByPeer() const;
 
  private:
+  void SkipPacket() const;
+
   int m_socket = -1;
   std::uint16_t m_port;
   int m_sequence = 0;
@@ -75,12 +77,12 @@ class Player {
   Player(const Player&) = delete;
   Player& operator=(const Player&) = delete;
 
-  // The next sample; nothing when the stream has ended or 10 seconds were not enough.
+  // The next sample; nothing when the stream has ended or 30 seconds were not enough.
   std::optional<Sample> Next() const;
 
   std::vector<Sample> Take(std::size_t count) const;
 
-  // What the player complained of; waits for it, 5 seconds at most.
+  // What the player complained of; waits for it, 30 seconds at most.
   std::string Error() const;
 
  private:
