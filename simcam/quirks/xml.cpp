@@ -16,12 +16,12 @@ constexpr const char* kEnvelope11 = "http://schemas.xmlsoap.org/soap/envelope/";
 constexpr const char* kAddressing = "http://www.w3.org/2005/08/addressing";
 
 void Replace(const xmlChar*& text, const std::string& other) {
-  xmlChar* const copy = xmlStrdup(ToXml(other));
-  if (copy == nullptr) {
+  XmlText copy(xmlStrdup(ToXml(other)));
+  if (!copy) {
     throw std::bad_alloc();
   }
-  xmlFree(const_cast<xmlChar*>(text));
-  text = copy;
+  const XmlText old(const_cast<xmlChar*>(text));
+  text = copy.release();
 }
 
 // Namespaces and prefixes.
