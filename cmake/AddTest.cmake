@@ -4,11 +4,12 @@
 # LABELS defaults to the folder's name. `sleep` is replaced at link level: link static libraries, because a shared
 # one keeps its own `sleep`. STREAMING: the program uses GStreamer.
 #
-# The tests themselves are compiled without optimisation, and share the precompiled headers of testsupport-test: what
-# they test is built as it is shipped, and they are most of what there is to compile.
+# The tests themselves are compiled without optimisation and without sanitizers, and share the precompiled headers of
+# testsupport-test: what they test is built as the preset says, and they are most of what there is to compile. The
+# sanitizers still see every allocation of theirs.
 include(GoogleTest)
 
-set(camapi_test_options -O0 -g1)
+set(camapi_test_options -O0 -g1 -fno-sanitize=all)
 
 # What GLib keeps for the life of the process is told from leaks by its callers, for which the leak checker needs call
 # stacks that leave nobody out. They cost time, so that only tests that use GStreamer have them.
