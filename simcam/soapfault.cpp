@@ -10,9 +10,10 @@ namespace simcam {
 SoapFault::SoapFault(std::string code, std::vector<std::string> subcodes, std::string reason)
     : m_code(std::move(code)), m_subcodes(std::move(subcodes)), m_reason(std::move(reason)) {}
 
-SoapFault& SoapFault::WithStatus(int status) {
-  m_status = status;
-  return *this;
+SoapFault SoapFault::WithStatus(int status) const {
+  SoapFault changed(*this);
+  changed.m_status = status;
+  return changed;
 }
 
 int SoapFault::HttpStatus() const {

@@ -20,7 +20,9 @@ class SoapFault : public std::exception {
 
   // 400 for the sender's faults, 500 for all others, unless WithStatus() said another.
   int HttpStatus() const;
-  SoapFault& WithStatus(int status);
+
+  // The same fault with that HTTP status.
+  SoapFault WithStatus(int status) const;
 
   // The whole fault message.
   std::string Message() const;
