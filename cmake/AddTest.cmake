@@ -10,6 +10,10 @@
 include(GoogleTest)
 
 set(camapi_test_options -O0 -g1 -fno-sanitize=all)
+# So that a test can know that what it tests has sanitizers.
+if(CMAKE_CXX_FLAGS MATCHES "-fsanitize")
+  list(APPEND camapi_test_options -DCAMAPI_SANITIZED)
+endif()
 
 # What GLib keeps for the life of the process is told from leaks by its callers, for which the leak checker needs call
 # stacks that leave nobody out. They cost time, so that only tests that use GStreamer have them.

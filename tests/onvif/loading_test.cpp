@@ -23,7 +23,7 @@ namespace {
 
 using testing::IsEmpty;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef CAMAPI_SANITIZED
 constexpr bool kSanitized = true;
 #else
 constexpr bool kSanitized = false;
