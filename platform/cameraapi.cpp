@@ -172,7 +172,7 @@ void CameraAPI::SetTimeoutCap(int nSeconds) {
 
 int CameraAPI::Post(const std::string& strPath, std::string_view strRequest, _xmlDoc*& pResponse, int nTimeout) {
   const int nTimeout_s = m_nTimeoutCap_s > 0 ? std::min(nTimeout, m_nTimeoutCap_s) : nTimeout;
-  HTTP_EXCHANGE exchange = m_Http.Post(strPath, strRequest, nTimeout_s);
+  HTTP_EXCHANGE exchange = m_Http.Post(strPath, strRequest, {m_strUser, m_strPassword}, nTimeout_s);
   if (m_fnObserver) m_fnObserver(exchange);
   pResponse = exchange.pDoc.release();
   return exchange.eResult;

@@ -3,12 +3,15 @@
 #include <curl/curl.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <mutex>
 #include <new>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 #include "platform/httplimits.h"
 #include "platform/xmlreply.h"
@@ -19,41 +22,71 @@ struct CurlDeleter {
   void operator()(CURL* pEasy) const noexcept { curl_easy_cleanup(pEasy); }
   void operator()(CURLU* pUrl) const noexcept { curl_url_cleanup(pUrl); }
   void operator()(curl_slist* pList) const noexcept { curl_slist_free_all(pList); }
+  void operator()(char* pText) const noexcept { curl_free(pText); }
 };
 using OwnedCurl = std::unique_ptr<CURL, CurlDeleter>;
 using OwnedCurlUrl = std::unique_ptr<CURLU, CurlDeleter>;
 using OwnedCurlList = std::unique_ptr<curl_slist, CurlDeleter>;
+using OwnedCurlText = std::unique_ptr<char, CurlDeleter>;
+using Clock = std::chrono::steady_clock;
+
+constexpr int k_nUnauthorized = 401;
 
 // What curl hands over while an answer arrives.
 struct ANSWER {
   std::string strBody;
+  std::vector<std::string> rgChallenge;  // values of the WWW-Authenticate headers
   std::size_t nHeaderBytes = 0;
+  bool blInChallenge = false;  // the last header line was one of them
   bool blHeaderEnded = false;
   bool blTooLarge = false;
   bool blNoMemory = false;
 };
+
+// Does what needs memory while curl, which knows no exceptions, waits.
+template <typename STEP>
+bool WithinMemory(ANSWER& answer, STEP step) noexcept {
+  try {
+    step();
+  } catch (const std::bad_alloc&) {
+    answer.blNoMemory = true;
+  }
+  return !answer.blNoMemory;
+}
 
 std::size_t OnBody(char* pData, std::size_t nSize, std::size_t nCount, void* pUser) noexcept {
   ANSWER& answer = *static_cast<ANSWER*>(pUser);
   const std::size_t nBytes = nSize * nCount;
   answer.blTooLarge = nBytes > HTTP_MAX_ANSWER_BYTES - answer.strBody.size();
   if (answer.blTooLarge) return 0;
-  try {
-    answer.strBody.append(pData, nBytes);
-  } catch (const std::bad_alloc&) {
-    answer.blNoMemory = true;
-    return 0;
-  }
-  return nBytes;
+  return WithinMemory(answer, [&] { answer.strBody.append(pData, nBytes); }) ? nBytes : 0;
+}
+
+bool IsHeader(std::string_view strLine, std::string_view strName) {
+  return strLine.size() > strName.size() && strLine[strName.size()] == ':' &&
+         curl_strnequal(strLine.data(), strName.data(), strName.size()) != 0;
+}
+
+// Keeps what a 401 asks for. A line that begins with a blank goes on with the header before it.
+void NoteChallenge(ANSWER& answer, std::string_view strLine) {
+  constexpr std::string_view strName = "WWW-Authenticate";
+  const bool blGoesOn = strLine.front() == ' ' || strLine.front() == '\t';
+  if (!blGoesOn) answer.blInChallenge = IsHeader(strLine, strName);
+  if (!answer.blInChallenge) return;
+  if (!blGoesOn) answer.rgChallenge.emplace_back();
+  strLine.remove_prefix(blGoesOn ? 0 : strName.size() + 1);
+  answer.rgChallenge.back() += strLine.substr(0, strLine.find_last_not_of("\r\n") + 1);
 }
 
 // Called for every header line, the empty one at the end included.
 std::size_t OnHeader(char* pLine, std::size_t nSize, std::size_t nCount, void* pUser) noexcept {
   ANSWER& answer = *static_cast<ANSWER*>(pUser);
-  answer.nHeaderBytes += nSize * nCount;
+  const std::size_t nBytes = nSize * nCount;
+  answer.nHeaderBytes += nBytes;
   answer.blHeaderEnded = *pLine == '\r' || *pLine == '\n';
   answer.blTooLarge = answer.nHeaderBytes > HTTP_MAX_HEADER_BYTES;
-  return answer.blTooLarge ? 0 : nSize * nCount;
+  if (answer.blTooLarge) return 0;
+  return WithinMemory(answer, [&] { NoteChallenge(answer, {pLine, nBytes}); }) ? nBytes : 0;
 }
 
 // Makes the socket of a connection: not inherited by the host's children, and with the reason kept when there is none.
@@ -101,6 +134,18 @@ OwnedCurlUrl MakeUrl(const std::string& strHost, int nPort, const std::string& s
   return pUrl;
 }
 
+// Path and query of an address as curl will send them; it writes escapes in its own way.
+std::string RequestTarget(CURLU* pUrl) {
+  char* pPath = nullptr;
+  char* pQuery = nullptr;
+  curl_url_get(pUrl, CURLUPART_PATH, &pPath, 0);
+  const OwnedCurlText pOwnedPath(pPath);
+  curl_url_get(pUrl, CURLUPART_QUERY, &pQuery, 0);
+  const OwnedCurlText pOwnedQuery(pQuery);
+  const std::string strPath = pPath == nullptr ? "/" : pPath;
+  return pQuery == nullptr ? strPath : strPath + "?" + pQuery;
+}
+
 // Line feeds, blanks and other controls would end the request line early.
 bool IsRequestTarget(const std::string& strPath) {
   for (const char cByte : strPath) {
@@ -139,7 +184,7 @@ HTTP_POST_RESULT FromFailure(CURLcode eCode, long nErrno, const ANSWER& answer) 
 // The result of an answer that arrived whole.
 HTTP_POST_RESULT FromStatus(int nStatus, XML_REPLY_RESULT eReply) {
   const bool blParsed = eReply == XML_REPLY_RESULT::Parsed;
-  if (nStatus == 401) return HTTP_POST_AUTH_REFUSED;
+  if (nStatus == k_nUnauthorized) return HTTP_POST_AUTH_REFUSED;
   if (nStatus >= 400) return blParsed ? HTTP_POST_ERROR_STATUS : HTTP_POST_BARE_STATUS;
   if (nStatus >= 300) return HTTP_POST_REDIRECTED;
   if (eReply == XML_REPLY_RESULT::LimitRefused) return HTTP_POST_LIMIT_REFUSED;
@@ -164,24 +209,25 @@ struct HttpClient::CONNECTION {
   // Sets what is the same for every exchange; false when a handle could not be made or an option is not known.
   bool Prepare() {
     if (!pHeaders || !pEasy) return false;
-    return Set(CURLOPT_ERRORBUFFER, rgError.data()) && Set(CURLOPT_HTTPHEADER, pHeaders.get()) &&
-           Set(CURLOPT_ACCEPT_ENCODING, "identity") && Set(CURLOPT_POST, 1L) && Set(CURLOPT_NOSIGNAL, 1L) &&
-           Set(CURLOPT_PROXY, "") && Set(CURLOPT_FOLLOWLOCATION, 0L) && Set(CURLOPT_PATH_AS_IS, 1L) &&
+    return Set(CURLOPT_ERRORBUFFER, rgError.data()) && Set(CURLOPT_ACCEPT_ENCODING, "identity") &&
+           Set(CURLOPT_POST, 1L) && Set(CURLOPT_NOSIGNAL, 1L) && Set(CURLOPT_PROXY, "") &&
+           Set(CURLOPT_FOLLOWLOCATION, 0L) && Set(CURLOPT_PATH_AS_IS, 1L) &&
            Set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1)) && Set(CURLOPT_PROTOCOLS_STR, "http") &&
            Set(CURLOPT_CONNECTTIMEOUT, HTTP_CONNECT_TIMEOUT_S) && Set(CURLOPT_OPENSOCKETFUNCTION, &OnSocket) &&
            Set(CURLOPT_OPENSOCKETDATA, &nSocketErrno) && Set(CURLOPT_WRITEFUNCTION, &OnBody) &&
            Set(CURLOPT_HEADERFUNCTION, &OnHeader);
   }
 
-  CURLcode Perform(CURLU* pUrl, std::string_view strBody, int nTimeout_s, ANSWER& answer) {
-    rgError[0] = '\0';
-    nSocketErrno = 0;
-    const bool blSet = Set(CURLOPT_CURLU, pUrl) && Set(CURLOPT_POSTFIELDS, strBody.data()) &&
-                       Set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(strBody.size())) &&
-                       Set(CURLOPT_TIMEOUT, static_cast<long>(nTimeout_s)) && Set(CURLOPT_WRITEDATA, &answer) &&
-                       Set(CURLOPT_HEADERDATA, &answer);
-    const CURLcode eCode = blSet ? curl_easy_perform(pEasy.get()) : CURLE_FAILED_INIT;
-    Set(CURLOPT_CURLU, static_cast<CURLU*>(nullptr));  // the address does not live as long as the handle
+  // Sends the request until nothing is left to try: once, or twice when the camera asks for HTTP Digest.
+  CURLcode Perform(CURLU* pUrl, std::string_view strBody, const HTTP_ACCOUNT& account, Clock::time_point deadline,
+                   HTTP_EXCHANGE& exchange, ANSWER& answer) {
+    CURLcode eCode = CURLE_OK;
+    do {
+      answer = ANSWER();
+      const std::string strAuthorization = Authorization(pUrl, strBody, account);
+      exchange.nDigestTries += strAuthorization.empty() ? 0 : 1;
+      eCode = Send(pUrl, strBody, strAuthorization, deadline, answer);
+    } while (eCode == CURLE_OK && IsToBeRepeated(answer));
     return eCode;
   }
 
@@ -205,15 +251,51 @@ struct HttpClient::CONNECTION {
   bool Set(CURLoption eOption, VALUE value) {
     return curl_easy_setopt(pEasy.get(), eOption, value) == CURLE_OK;
   }
+
+ private:
+  // The whole header line; empty when the request goes without.
+  std::string Authorization(CURLU* pUrl, std::string_view strBody, const HTTP_ACCOUNT& account) {
+    if (!digest.Begin(account)) return {};
+    const std::string strTarget = RequestTarget(pUrl);
+    const std::string strAnswer = digest.Authorize({"POST", strTarget, strBody});
+    return strAnswer.empty() ? strAnswer : "Authorization: " + strAnswer;
+  }
+
+  bool IsToBeRepeated(const ANSWER& answer) {
+    if (Status() == k_nUnauthorized) return digest.Refused(answer.rgChallenge);
+    digest.Accepted();
+    return false;
+  }
+
+  CURLcode Send(CURLU* pUrl, std::string_view strBody, std::string strAuthorization, Clock::time_point deadline,
+                ANSWER& answer) {
+    rgError[0] = '\0';
+    nSocketErrno = 0;
+    const long nLeft_ms = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
+    if (nLeft_ms <= 0) return CURLE_OPERATION_TIMEDOUT;
+    curl_slist withAuthorization{strAuthorization.data(), pHeaders.get()};
+    const bool blSet = Set(CURLOPT_CURLU, pUrl) && Set(CURLOPT_POSTFIELDS, strBody.data()) &&
+                       Set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(strBody.size())) &&
+                       Set(CURLOPT_HTTPHEADER, strAuthorization.empty() ? pHeaders.get() : &withAuthorization) &&
+                       Set(CURLOPT_TIMEOUT_MS, nLeft_ms) && Set(CURLOPT_WRITEDATA, &answer) &&
+                       Set(CURLOPT_HEADERDATA, &answer);
+    const CURLcode eCode = blSet ? curl_easy_perform(pEasy.get()) : CURLE_FAILED_INIT;
+    Set(CURLOPT_CURLU, static_cast<CURLU*>(nullptr));  // neither lives as long as the handle
+    Set(CURLOPT_HTTPHEADER, pHeaders.get());
+    return eCode;
+  }
+
+  HttpDigest digest;
 };
 
 HttpClient::HttpClient(std::string strHost, int nPort) : m_strHost(std::move(strHost)), m_nPort(nPort) {}
 
 HttpClient::~HttpClient() = default;
 
-HTTP_EXCHANGE HttpClient::Post(const std::string& strPath, std::string_view strBody, int nTimeout_s) noexcept {
+HTTP_EXCHANGE HttpClient::Post(const std::string& strPath, std::string_view strBody, const HTTP_ACCOUNT& account,
+                               int nTimeout_s) noexcept {
   try {
-    return Exchange(strPath, strBody, nTimeout_s);
+    return Exchange(strPath, strBody, account, nTimeout_s);
   } catch (...) {
     HTTP_EXCHANGE exchange;
     exchange.eResult = HTTP_POST_OUT_OF_RESOURCES;
@@ -221,14 +303,16 @@ HTTP_EXCHANGE HttpClient::Post(const std::string& strPath, std::string_view strB
   }
 }
 
-HTTP_EXCHANGE HttpClient::Exchange(const std::string& strPath, std::string_view strBody, int nTimeout_s) {
+HTTP_EXCHANGE HttpClient::Exchange(const std::string& strPath, std::string_view strBody, const HTTP_ACCOUNT& account,
+                                   int nTimeout_s) {
+  const Clock::time_point deadline = Clock::now() + std::chrono::seconds(std::max(nTimeout_s, 1));
   HTTP_EXCHANGE exchange;
   exchange.strPath = strPath;
   const OwnedCurlUrl pUrl = IsRequestTarget(strPath) ? MakeUrl(m_strHost, m_nPort, strPath) : nullptr;
   if (!pUrl) return Failed(std::move(exchange), HTTP_POST_NO_CONNECTION, "host, port and path make no HTTP address");
   if (!Connect()) return Failed(std::move(exchange), HTTP_POST_OUT_OF_RESOURCES, "no HTTP handle could be made");
   ANSWER answer;
-  const CURLcode eCode = m_pConnection->Perform(pUrl.get(), strBody, nTimeout_s, answer);
+  const CURLcode eCode = m_pConnection->Perform(pUrl.get(), strBody, account, deadline, exchange, answer);
   if (eCode != CURLE_OK) {
     const long nErrno = m_pConnection->Errno();
     return Failed(std::move(exchange), FromFailure(eCode, nErrno, answer), m_pConnection->ErrorText(eCode, nErrno));
@@ -237,6 +321,7 @@ HTTP_EXCHANGE HttpClient::Exchange(const std::string& strPath, std::string_view 
     return Failed(std::move(exchange), HTTP_POST_CONNECTION_LOST, "the connection ended inside the answer's header");
   }
   exchange.nStatus = m_pConnection->Status();
+  if (exchange.nStatus == k_nUnauthorized) exchange.strChallenges = DescribeChallenges(answer.rgChallenge);
   XML_REPLY reply = ParseXmlReply(answer.strBody);
   exchange.eResult = FromStatus(exchange.nStatus, reply.eResult);
   exchange.pDoc = std::move(reply.pDoc);

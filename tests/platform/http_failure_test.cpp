@@ -153,7 +153,7 @@ int PostWithoutDescriptors(int port) {
   getrlimit(RLIMIT_NOFILE, &limit);
   limit.rlim_cur = static_cast<rlim_t>(lowest);
   setrlimit(RLIMIT_NOFILE, &limit);
-  return client.Post("/", "<q/>", kTimeout_s).eResult;
+  return client.Post("/", "<q/>", {}, kTimeout_s).eResult;
 }
 
 TEST_F(HttpClientTest, ProcessWithoutDescriptorsIsToldSo) {
