@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <list>
 #include <string>
 
@@ -56,4 +57,11 @@ class CAMAPI_ONVIF_EXPORT OnvifDeviceService : public OnvifServiceBase {
   /// \param[out] lstProt the protocols are added behind what the list holds. A protocol without Enabled or Port
   /// inherits the value of the one before it (the first one: false and 0), which is meant.
   RET_ONVIF GetNetworkProtocols(std::list<OVF_DEV_NET_PROT>& lstProt);
+
+  /// Measures how far the camera's clock is ahead of this machine's, to half a second and half of the exchange's time.
+  /// The request carries no token: a camera whose clock is off refuses them all. For
+  /// `DevicePackOwned::TokenClockOffset`.
+  /// \param[out] offset negative when the camera's clock is behind; untouched unless the result is 0
+  /// \return the result of `SendSOAPMsg`, or RET_ONVIF_XML_FAIL when the answer does not tell the time in UTC
+  RET_ONVIF MeasureClockOffset(std::chrono::milliseconds& offset);
 };
