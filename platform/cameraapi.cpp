@@ -166,11 +166,17 @@ void CameraAPI::SetExchangeObserver(std::function<void(const HTTP_EXCHANGE&)> fn
   m_fnObserver = std::move(fnObserver);
 }
 
+void CameraAPI::SetExchangeGate(std::function<bool()> fnMayAsk) {
+  m_fnMayAsk = std::move(fnMayAsk);
+}
+
 void CameraAPI::SetTimeoutCap(int nSeconds) {
   m_nTimeoutCap_s = nSeconds;
 }
 
 int CameraAPI::Post(const std::string& strPath, std::string_view strRequest, _xmlDoc*& pResponse, int nTimeout) {
+  pResponse = nullptr;
+  if (m_fnMayAsk && !m_fnMayAsk()) return HTTP_POST_AUTH_REFUSED;
   const int nTimeout_s = m_nTimeoutCap_s > 0 ? std::min(nTimeout, m_nTimeoutCap_s) : nTimeout;
   HTTP_EXCHANGE exchange = m_Http.Post(strPath, strRequest, {m_strUser, m_strPassword}, nTimeout_s);
   if (m_fnObserver) m_fnObserver(exchange);

@@ -99,6 +99,11 @@ class CameraAPI {
   /// throw.
   void SetExchangeObserver(std::function<void(const HTTP_EXCHANGE&)> fnObserver);
 
+  /// For tools that must not lock an account: `fnMayAsk` is asked before every exchange, and when it says no, nothing is
+  /// sent and the result is HTTP_POST_AUTH_REFUSED; the observer is not told. It must not throw. A server sets none:
+  /// every request of its drivers is sent.
+  void SetExchangeGate(std::function<bool()> fnMayAsk);
+
   /// Shortens the timeout of every exchange to at most `nSeconds`, for callers that cannot wait as long as a driver
   /// would; 0 lifts the cap.
   void SetTimeoutCap(int nSeconds);
@@ -127,5 +132,6 @@ class CameraAPI {
 
   HttpClient m_Http;
   std::function<void(const HTTP_EXCHANGE&)> m_fnObserver;
+  std::function<bool()> m_fnMayAsk;
   int m_nTimeoutCap_s = 0;
 };

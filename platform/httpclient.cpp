@@ -267,6 +267,15 @@ struct HttpClient::CONNECTION {
     return false;
   }
 
+  // libcurl replaces a kept connection that ended by a fresh one, but counts these over the life of the handle and gives
+  // up at every sixth: https://github.com/curl/curl/pull/19066. That one is replaced here.
+  CURLcode Transfer(const ANSWER& answer) {
+    const CURLcode eCode = curl_easy_perform(pEasy.get());
+    const bool blEnded = eCode == CURLE_SEND_ERROR || eCode == CURLE_RECV_ERROR || eCode == CURLE_GOT_NOTHING;
+    const bool blWasKept = Info(CURLINFO_NUM_CONNECTS) == 0;
+    return blEnded && blWasKept && answer.nHeaderBytes == 0 ? curl_easy_perform(pEasy.get()) : eCode;
+  }
+
   CURLcode Send(CURLU* pUrl, std::string_view strBody, std::string strAuthorization, Clock::time_point deadline,
                 ANSWER& answer) {
     rgError[0] = '\0';
@@ -279,7 +288,7 @@ struct HttpClient::CONNECTION {
                        Set(CURLOPT_HTTPHEADER, strAuthorization.empty() ? pHeaders.get() : &withAuthorization) &&
                        Set(CURLOPT_TIMEOUT_MS, nLeft_ms) && Set(CURLOPT_WRITEDATA, &answer) &&
                        Set(CURLOPT_HEADERDATA, &answer);
-    const CURLcode eCode = blSet ? curl_easy_perform(pEasy.get()) : CURLE_FAILED_INIT;
+    const CURLcode eCode = blSet ? Transfer(answer) : CURLE_FAILED_INIT;
     Set(CURLOPT_CURLU, static_cast<CURLU*>(nullptr));  // neither lives as long as the handle
     Set(CURLOPT_HTTPHEADER, pHeaders.get());
     return eCode;

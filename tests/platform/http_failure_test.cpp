@@ -119,6 +119,19 @@ TEST_F(HttpClientTest, KeptConnectionThatEndsWithoutAByteIsRetriedOnceOnAFreshOn
   }
 }
 
+TEST_F(HttpClientTest, EveryCallOfManyMayFindItsConnectionEnded) {
+  m_camera.Answer(Reply::Ok("<a/>"));
+  EXPECT_EQ(m_client.Post().result, 0);
+  constexpr int calls = 30;
+  for (int call = 0; call < calls; ++call) {
+    m_camera.Answer(call % 2 == 0 ? Reply::Close() : Reply::Reset());
+    m_camera.Answer(Reply::Ok("<a/>"));
+    EXPECT_EQ(m_client.Post().result, 0) << call;
+  }
+  EXPECT_EQ(m_camera.Connections(), calls + 1);
+  EXPECT_EQ(m_camera.Requests().size(), 2u * calls + 1);
+}
+
 TEST_F(HttpClientTest, RetryIsNotRetried) {
   m_camera.Answer(Reply::Ok("<a/>"));
   m_camera.Answer(Reply::Close());
@@ -183,6 +196,21 @@ TEST_F(HttpClientTest, ObserverSeesEveryExchangeWithItsCause) {
   m_camera.Answer(Reply::Close());
   for (const char* path : {"/1", "/2", "/3", "/4"}) m_client.Post(path);
   EXPECT_THAT(seen, testing::ElementsAre("/1 0 200 document", "/2 5 401", "/3 6 500 document", "/4 8 0 error"));
+}
+
+TEST_F(HttpClientTest, ClosedGateKeepsEveryRequestBack) {
+  bool open = true;
+  int observed = 0;
+  m_client.SetExchangeGate([&open] { return open; });
+  m_client.SetExchangeObserver([&observed](const HTTP_EXCHANGE&) { ++observed; });
+  m_camera.Answer(Reply::Ok("<a/>"));
+  EXPECT_EQ(m_client.Post().result, HTTP_POST_OK);
+  open = false;
+  const Posted held = m_client.Post();
+  EXPECT_EQ(held.result, HTTP_POST_AUTH_REFUSED);
+  EXPECT_EQ(held.document, nullptr);
+  EXPECT_EQ(m_camera.Requests().size(), 1u);
+  EXPECT_EQ(observed, 1);
 }
 
 TEST(HttpClient, ObserverIsToldOfARefusedConnection) {
