@@ -30,6 +30,8 @@ constexpr TextOption kOptions[] = {
     {"--password-file", "FILE", "File whose first line is the password", &ConnectionOptions::passwordFile},
     {"--camera", "FILE", "JSON file with host, port, user, profiles, capabilities", &ConnectionOptions::cameraFile},
     {"--profiles", "MAIN[,LIVE]", "Tokens of the recording and the live profile", &ConnectionOptions::profiles},
+    {"--clock", "CLOCK", "Whose time requests carry: camera, for one whose clock is off, or here (here)",
+     &ConnectionOptions::clock},
     {"--timeout", "SECONDS", "Longest wait for one answer (120)", &ConnectionOptions::timeout}};
 
 void AddOptions(CLI::App& app, Arguments& arguments) {

@@ -14,7 +14,7 @@ constexpr const char* kCheckAccount =
     "check user and password; a camera whose clock is off by minutes refuses right ones too";
 constexpr const char* kCheckAddress = "check address, port and power";
 
-// Placeholders of the texts: {address} host and port, {host}, {user}, {path}, {status}, {error}, {fault}.
+// Placeholders of the texts: {address} host and port, {host}, {user}, {path}, {status}, {error}, {fault}, {tries}.
 struct FaultRow {
   const char* subcode;  // part of the subcode; empty: every fault
   const char* cause;
@@ -22,8 +22,8 @@ struct FaultRow {
 };
 
 constexpr FaultRow kFaults[] = {
-    {"NotAuthorized", "the camera refused the account '{user}' ({fault})", kCheckAccount},
-    {"FailedAuthentication", "the camera refused the account '{user}' ({fault})", kCheckAccount},
+    {"NotAuthorized", "the camera refused the account '{user}' ({fault}), {tries}", kCheckAccount},
+    {"FailedAuthentication", "the camera refused the account '{user}' ({fault}), {tries}", kCheckAccount},
     {"NoProfile", "the camera does not know the profile it was asked for ({fault})",
      "leave out --profiles and stored profiles, then the camera's own list is used"},
     {"ActionNotSupported", "the camera does not support this operation ({fault})",
@@ -31,7 +31,7 @@ constexpr FaultRow kFaults[] = {
     {"", "the camera answered with a fault ({fault})", "look the fault up in the camera's manual or its log"},
 };
 
-// `hint` must be part of the error text or be the status; an empty hint fits always.
+// `hint` must be part of the error text, or be the status or all that a 401 asks for; an empty hint fits always.
 struct ExchangeRow {
   HTTP_POST_RESULT result;
   std::string_view hint;
@@ -54,7 +54,9 @@ constexpr ExchangeRow kExchanges[] = {
      "check the port: the ONVIF service may be on another one"},
     {HTTP_POST_TOO_LARGE, "", "the answer of {address}{path} is too large to be one of a camera",
      "check the port, or look for newer firmware"},
-    {HTTP_POST_AUTH_REFUSED, "", "the camera refused the account '{user}' (HTTP 401)", kCheckAccount},
+    {HTTP_POST_AUTH_REFUSED, "Basic", "the camera asks for HTTP Basic, which would send the password openly ({tries})",
+     "switch Digest or token authentication on in the camera's settings"},
+    {HTTP_POST_AUTH_REFUSED, "", "the camera refused the account '{user}' (HTTP 401), {tries}", kCheckAccount},
     {HTTP_POST_ERROR_STATUS, "", "HTTP {status} at {path}, with XML that explains nothing",
      "check the port, or restart the camera"},
     {HTTP_POST_LIMIT_REFUSED, "", "the answer of {address}{path} holds what no camera should send, and was refused",
@@ -99,6 +101,16 @@ std::string ShortError(const std::string& error) {
   return error.substr(reason + std::string_view(" ms: ").size());
 }
 
+std::string Times(int count) {
+  return count == 1 ? "once" : std::to_string(count) + " times";
+}
+
+// How often the account was tried.
+std::string TriesText(const Evidence& evidence) {
+  if (evidence.digestTries == 0) return "tried once";
+  return "tried once with a token and " + Times(evidence.digestTries) + " with HTTP Digest";
+}
+
 std::string Filled(std::string text, const Evidence& evidence, const Party& party) {
   const std::pair<const char*, std::string> values[] = {
       {"{address}", HostPort(party.host, party.port)},
@@ -107,6 +119,7 @@ std::string Filled(std::string text, const Evidence& evidence, const Party& part
       {"{path}", evidence.path.empty() ? "/" : evidence.path},
       {"{status}", std::to_string(evidence.status)},
       {"{error}", evidence.error.empty() ? "no further detail" : ShortError(evidence.error)},
+      {"{tries}", TriesText(evidence)},
       {"{fault}", evidence.fault ? FaultText(*evidence.fault) : ""}};
   for (const auto& [name, value] : values) text = ReplaceAll(std::move(text), name, value);
   return OneLine(text);
@@ -114,7 +127,8 @@ std::string Filled(std::string text, const Evidence& evidence, const Party& part
 
 bool Fits(const ExchangeRow& row, const Evidence& evidence) {
   if (row.result != evidence.result) return false;
-  return evidence.error.find(row.hint) != std::string::npos || row.hint == std::to_string(evidence.status);
+  return evidence.error.find(row.hint) != std::string::npos || row.hint == std::to_string(evidence.status) ||
+         row.hint == evidence.challenges;
 }
 
 Cause FromFault(const Evidence& evidence, const Party& party) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "camctl/arguments.h"
+#include "camctl/cameraclock.h"
 #include "camctl/cause.h"
 #include "camctl/documents.h"
 
@@ -74,7 +75,7 @@ int RunCommand(const Arguments& arguments) {
   const Target target = OpenTarget(connection);
   Session session(target.connection);
   Runner runner(session, console, command.show);
-  task(runner);
+  if (!target.connection.cameraClock || runner.Run(kClock)) task(runner);
   const Report report = runner.Finish();
   ShowFailure(console, report);
   if (arguments.json) console.Document(JsonText(report));

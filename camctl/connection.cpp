@@ -28,6 +28,11 @@ int ReadTimeout(const std::string& text) {
   return ReadWhole(text, 1, highest, "--timeout", "time in seconds");
 }
 
+bool ReadClock(const std::string& text) {
+  if (text != "camera" && text != "here") throw UsageError("--clock '" + text + "' is no clock; give camera or here");
+  return text == "camera";
+}
+
 std::string CheckedProfiles(const std::string& pair, const std::string& source) {
   const std::size_t comma = pair.find(',');
   const bool complete = !pair.empty() && comma != 0 && comma != pair.size() - 1;
@@ -129,9 +134,11 @@ Target RealTarget(const ConnectionOptions& options) {
 
 Target OpenTarget(const ConnectionOptions& options) {
   const int timeout = options.timeout ? ReadTimeout(*options.timeout) : 0;
+  const bool cameraClock = options.clock && ReadClock(*options.clock);
   const std::string profiles = options.profiles ? CheckedProfiles(*options.profiles, "--profiles") : "";
   Target target = options.simulated ? SimulatedTarget(options) : RealTarget(options);
   target.connection.timeoutSeconds = timeout;
+  target.connection.cameraClock = cameraClock;
   if (!profiles.empty()) target.connection.profiles = profiles;
   return target;
 }

@@ -31,6 +31,7 @@ struct ConnectionOptions {
   std::optional<std::string> profiles;
   std::optional<std::string> timeout;
   std::optional<std::string> passwordFile;
+  std::optional<std::string> clock;
   std::optional<std::string> simulated;  ///< model; an empty text means the default one
   std::vector<std::string> quirks;       ///< of the simulated camera
   bool streams = false;                  ///< whether the simulated camera serves streams, where it can
@@ -44,6 +45,7 @@ struct Connection {
   std::string password;
   std::string profiles;       ///< tokens of the recording and the live profile, joined by ","; empty: not known
   Capabilities capabilities;  ///< empty: not known
+  bool cameraClock = false;   ///< requests carry the camera's time, not this machine's
   int timeoutSeconds = 0;     ///< longest wait for one answer; 0: as long as the driver waits
   std::string simulated;      ///< model of the simulated camera, empty for a real one
 };

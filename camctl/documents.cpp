@@ -117,6 +117,7 @@ void AddFound(const CameraReport& camera, OrderedJson& json) {
 OrderedJson CameraJson(const CameraReport& camera) {
   OrderedJson json = {{"host", camera.host}, {"port", camera.port}};
   if (!camera.simulated.empty()) json["simulated"] = camera.simulated;
+  if (camera.clockAhead) json["clock_ahead_ms"] = camera.clockAhead->count();
   for (const auto& [key, value] : camera.facts) json.emplace(key, value);
   for (const auto& [name, found] : camera.paths) {
     json["paths"][name] = {{"path", found.path}, {"port", found.port}, {"url", found.url}};

@@ -34,6 +34,14 @@ std::string TextOf(const xmlNode* element) {
   return Shortened(text, kLongestText);
 }
 
+// Name of the first element of the Body.
+std::string AnswerName(const xmlDoc* document) {
+  const xmlNode* const body = Child(document == nullptr ? nullptr : xmlDocGetRootElement(document), "Body");
+  const xmlNode* node = body == nullptr ? nullptr : body->children;
+  while (node != nullptr && node->type != XML_ELEMENT_NODE) node = node->next;
+  return node == nullptr ? "" : Shortened(OneLine(reinterpret_cast<const char*>(node->name)), kLongestText);
+}
+
 const xmlNode* FindFault(const xmlDoc* document) {
   const xmlNode* const root = document == nullptr ? nullptr : xmlDocGetRootElement(document);
   if (root == nullptr) return nullptr;
@@ -65,7 +73,23 @@ std::optional<Fault> ReadFault(const xmlDoc* document) {
 }
 
 Evidence MakeEvidence(const HTTP_EXCHANGE& exchange) {
-  return {exchange.eResult, exchange.nStatus, exchange.strPath, exchange.strError, ReadFault(exchange.pDoc.get())};
+  const xmlDoc* const document = exchange.pDoc.get();
+  return {exchange.eResult,
+          exchange.nStatus,
+          exchange.strPath,
+          exchange.strError,
+          ReadFault(document),
+          AnswerName(document),
+          Shortened(OneLine(exchange.strChallenges), kLongestText),
+          exchange.nDigestTries};
+}
+
+bool IsRefusal(const Evidence& evidence) {
+  if (evidence.result == HTTP_POST_AUTH_REFUSED) return true;
+  if (!evidence.fault) return false;
+  const std::string& subcode = evidence.fault->subcode;
+  return subcode.find("NotAuthorized") != std::string::npos ||
+         subcode.find("FailedAuthentication") != std::string::npos;
 }
 
 }  // namespace camctl

@@ -20,7 +20,13 @@ struct Evidence {
   std::string path;   ///< that was asked
   std::string error;  ///< of the layers below HTTP, else empty
   std::optional<Fault> fault;
+  std::string answer = {};      ///< local name of what the answer's Body holds: "GetProfilesResponse"; empty: nothing
+  std::string challenges = {};  ///< what a 401 asks for: "Digest MD5, Basic"; else empty
+  int digestTries = 0;          ///< how often HTTP Digest credentials were sent, beside the message's token
 };
+
+/// Whether the camera did not accept the account, by status or by fault.
+bool IsRefusal(const Evidence& evidence);
 
 /// The fault in an answer, if it is one: an element "Fault" below a child of the root, in whatever namespace.
 std::optional<Fault> ReadFault(const xmlDoc* document);

@@ -68,9 +68,9 @@ class Exchange {
  private:
   bool Prepare(const FetchRequest& request) {
     return m_easy && Set(CURLOPT_URL, UrlOf(request).c_str()) && Set(CURLOPT_ERRORBUFFER, m_error.data()) &&
-           Set(CURLOPT_HTTPGET, 1L) && Set(CURLOPT_NOSIGNAL, 1L) && Set(CURLOPT_PROXY, "") &&
-           Set(CURLOPT_FOLLOWLOCATION, 0L) && Set(CURLOPT_PATH_AS_IS, 1L) && Set(CURLOPT_PROTOCOLS_STR, "http") &&
-           Set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1)) &&
+           Set(CURLOPT_HTTPGET, 1L) && Set(CURLOPT_ACCEPT_ENCODING, "identity") && Set(CURLOPT_NOSIGNAL, 1L) &&
+           Set(CURLOPT_PROXY, "") && Set(CURLOPT_FOLLOWLOCATION, 0L) && Set(CURLOPT_PATH_AS_IS, 1L) &&
+           Set(CURLOPT_PROTOCOLS_STR, "http") && Set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1)) &&
            Set(CURLOPT_TIMEOUT_MS, static_cast<long>(request.deadline.count())) &&
            Set(CURLOPT_WRITEFUNCTION, &OnBody) && Set(CURLOPT_WRITEDATA, &m_answer) &&
            Set(CURLOPT_HEADERFUNCTION, &OnHeader) && Set(CURLOPT_HEADERDATA, &m_answer) && SetAccount(request);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <map>
 #include <optional>
@@ -56,7 +57,8 @@ struct SnapshotFile {
 struct CameraReport {
   std::string host;
   int port = 0;
-  std::string simulated;                     ///< model of the simulated camera, empty for a real one
+  std::optional<std::chrono::milliseconds> clockAhead;  ///< of this machine's clock, when requests carry its time
+  std::string simulated;                                ///< model of the simulated camera, empty for a real one
   std::map<std::string, std::string> facts;  ///< as the driver reports them: "vendor", "model", "mac_address" ...
   std::map<std::string, MediaPath> paths;    ///< "recording", "live", "snapshot"
   std::string profiles;                      ///< tokens of the recording and the live profile; empty: not told

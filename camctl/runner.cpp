@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cmath>
 
+#include "camctl/cameraclock.h"
 #include "camctl/cause.h"
 #include "camctl/text.h"
 
@@ -79,11 +80,11 @@ std::string Runner::ReasonAgainst(const StepOutcome& outcome, const std::string&
   const std::optional<Evidence>& evidence = m_session.LastEvidence();
   const bool answered =
       !evidence || evidence->result == HTTP_POST_OK || (evidence->result == HTTP_POST_ERROR_STATUS && evidence->fault);
-  const std::string subcode = evidence && evidence->fault ? evidence->fault->subcode : "";
-  if (!answered || subcode.find("NotAuthorized") != std::string::npos) return {};
+  if (!answered || (evidence && IsRefusal(*evidence))) return {};
   if (!excuse.empty()) return excuse;
   if (outcome.result == CAMERA_NOT_SUPPORTED)
     return outcome.cause ? outcome.cause->cause : "the camera's report does not offer it";
+  const std::string subcode = evidence && evidence->fault ? evidence->fault->subcode : "";
   return subcode.find("ActionNotSupported") == std::string::npos ? "" : "the camera has no such operation";
 }
 
@@ -100,12 +101,20 @@ StepOutcome Runner::Time(const Step& step) {
   return outcome;
 }
 
-bool Runner::Fail(const Step& step, const StepOutcome& outcome) {
+// Why the step failed, without secrets.
+Cause Runner::Explain(const StepOutcome& outcome) {
   const Connection& connection = m_session.GetConnection();
   const Party party{connection.host, connection.port, connection.user};
-  Cause cause = outcome.cause ? *outcome.cause : FindCause(m_session.LastEvidence(), outcome.result, party);
-  cause.cause = m_session.WithoutPassword(std::move(cause.cause));
-  cause.remedy = m_session.WithoutPassword(std::move(cause.remedy));
+  const std::optional<Evidence> evidence = m_session.LastEvidence();
+  Cause cause = outcome.cause ? *outcome.cause : FindCause(evidence, outcome.result, party);
+  // A clock that is off looks like a wrong password.
+  const bool refused = !outcome.cause && evidence && IsRefusal(*evidence);
+  if (refused && !m_session.UsesClock()) cause = WithClock(cause, MeasureClock(m_session));
+  return {m_session.WithoutPassword(cause.cause), m_session.WithoutPassword(cause.remedy)};
+}
+
+bool Runner::Fail(const Step& step, const StepOutcome& outcome) {
+  const Cause cause = Explain(outcome);
   // The first failure is the one to explain; only the diagnosis knows better.
   if (m_report.result == CAMERA_OK || &step == &kDiagnosis) {
     m_report.result = outcome.result;

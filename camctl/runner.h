@@ -67,6 +67,7 @@ class Runner {
   bool Pass(const StepOutcome& outcome);
   std::string ReasonAgainst(const StepOutcome& outcome, const std::string& excuse) const;
   StepOutcome Time(const Step& step);
+  Cause Explain(const StepOutcome& outcome);
   bool Fail(const Step& step, const StepOutcome& outcome);
   void Show(const StepReport& step, std::string_view mark, Colour colour);
   void ShowTry(const Step& step, const Evidence& evidence);

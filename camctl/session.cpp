@@ -20,6 +20,7 @@ ONVIFAPI& Session::Driver() {
                                           m_connection.password, m_profiles, cap);
     m_driver->SetTimeoutCap(m_connection.timeoutSeconds);
     m_driver->SetExchangeObserver([this](const HTTP_EXCHANGE& exchange) { Observe(exchange); });
+    m_driver->SetExchangeGate([this] { return MayAsk(); });
   }
   return *m_driver;
 }
@@ -68,8 +69,19 @@ std::string Session::WithoutPassword(std::string text) const {
   return m_connection.simulated.empty() ? HidePassword(std::move(text), m_connection.password) : text;
 }
 
+void Session::UseClock(std::chrono::milliseconds ahead) {
+  m_clock.reset();  // the one before it is put back first
+  m_clock = std::make_unique<DevicePackOwned::TokenClockOffset>(ahead);
+}
+
+bool Session::MayAsk() {
+  if (!m_guard.MayAsk()) m_evidence = m_guard.Refusal();
+  return m_guard.MayAsk();
+}
+
 void Session::Observe(const HTTP_EXCHANGE& exchange) {
   m_evidence = MakeEvidence(exchange);
+  m_guard.Observe(*m_evidence);
   if (m_listener) m_listener(*m_evidence);
 }
 

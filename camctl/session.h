@@ -5,10 +5,12 @@
 #include <optional>
 #include <string>
 
+#include "camctl/accountguard.h"
 #include "camctl/connection.h"
 #include "camctl/evidence.h"
 #include "camctl/report.h"
 #include "onvif/camapi-onvif.h"
+#include "platform/devicepackowned.h"
 
 namespace camctl {
 
@@ -36,10 +38,15 @@ class Session {
   OnvifMediaService MediaClient();
   OnvifPtzService PtzClient();
 
+  /// Has the requests of this thread signed with the time of a camera whose clock is ahead by so much, until the session
+  /// ends.
+  void UseClock(std::chrono::milliseconds ahead);
+  bool UsesClock() const { return m_clock != nullptr; }
+
   /// What is reported of the camera; steps fill it in.
   CameraReport& Camera() { return m_camera; }
 
-  /// The last exchange since `ForgetEvidence`.
+  /// The last exchange since `ForgetEvidence`; after the refusal of the account, that refusal: nothing is asked any more.
   const std::optional<Evidence>& LastEvidence() const { return m_evidence; }
   void ForgetEvidence() { m_evidence.reset(); }
 
@@ -51,12 +58,15 @@ class Session {
 
  private:
   void Observe(const HTTP_EXCHANGE& exchange);
+  bool MayAsk();
 
   const Connection& m_connection;
   Capabilities m_record;
   std::string m_profiles;
   CameraReport m_camera;
   std::optional<Evidence> m_evidence;
+  AccountGuard m_guard;
+  std::unique_ptr<DevicePackOwned::TokenClockOffset> m_clock;
   std::function<void(const Evidence&)> m_listener;
   std::unique_ptr<ONVIFAPI> m_driver;
 };

@@ -9,9 +9,6 @@ namespace camctl {
 
 namespace {
 
-// Where cameras have their device service before they say so themselves.
-constexpr const char* kDevicePath = "/onvif/device_service";
-
 // The record that a driver object is made from; what the camera does not offer has no key.
 Capabilities RecordOf(const OVF_DEV_CAP& cap) {
   const std::pair<const char*, std::string> fields[] = {{"device_entry", cap.strDeviceXAddrPath},

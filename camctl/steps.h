@@ -16,6 +16,9 @@ struct StepOutcome {
   std::optional<Cause> cause;  ///< of a failure that the last exchange does not explain
 };
 
+/// Where cameras have their device service before they say so themselves.
+inline constexpr const char* kDevicePath = "/onvif/device_service";
+
 /// One step in the life of a camera: its name, the operation it stands for, and how it is done.
 struct Step {
   const char* name;

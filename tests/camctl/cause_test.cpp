@@ -57,7 +57,7 @@ TEST(FindCause, MissingServiceIsToldFromOtherStatuses) {
 
 TEST(FindCause, RefusedAccountByFault) {
   const Cause cause = FindCause(WithFault("ter:NotAuthorized", "wrong digest"), 5, kParty);
-  EXPECT_EQ(cause.cause, "the camera refused the account 'admin' (ter:NotAuthorized: wrong digest)");
+  EXPECT_EQ(cause.cause, "the camera refused the account 'admin' (ter:NotAuthorized: wrong digest), tried once");
   EXPECT_THAT(cause.remedy, HasSubstr("clock"));
 }
 
@@ -65,7 +65,25 @@ TEST(FindCause, RefusedAccountByStatusHasPrecedenceOverItsFault) {
   Evidence evidence = WithFault("ter:Other", "no");
   evidence.result = HTTP_POST_AUTH_REFUSED;
   evidence.status = 401;
-  EXPECT_EQ(FindCause(evidence, 5, kParty).cause, "the camera refused the account 'admin' (HTTP 401)");
+  EXPECT_EQ(FindCause(evidence, 5, kParty).cause, "the camera refused the account 'admin' (HTTP 401), tried once");
+}
+
+TEST(FindCause, TriesWithHttpDigestAreCounted) {
+  Evidence evidence = Exchange(HTTP_POST_AUTH_REFUSED, 401);
+  evidence.challenges = "Digest SHA-256, Basic";
+  evidence.digestTries = 1;
+  EXPECT_THAT(FindCause(evidence, 5, kParty).cause, HasSubstr(", tried once with a token and once with HTTP Digest"));
+  evidence.digestTries = 2;
+  EXPECT_THAT(FindCause(evidence, 5, kParty).cause,
+              HasSubstr(", tried once with a token and 2 times with HTTP Digest"));
+}
+
+TEST(FindCause, CameraThatWantsThePasswordOpenly) {
+  Evidence evidence = Exchange(HTTP_POST_AUTH_REFUSED, 401);
+  evidence.challenges = "Basic";
+  const Cause cause = FindCause(evidence, 5, kParty);
+  EXPECT_EQ(cause.cause, "the camera asks for HTTP Basic, which would send the password openly (tried once)");
+  EXPECT_THAT(cause.remedy, HasSubstr("switch Digest or token authentication on"));
 }
 
 TEST(FindCause, FaultInAnAnswerThatClaimsSuccess) {
