@@ -10,7 +10,7 @@ enum HTTP_POST_RESULT {
   HTTP_POST_TOO_LARGE = 4,          ///< the header or the body is over its size ceiling
   HTTP_POST_AUTH_REFUSED = 5,       ///< status 401, whatever the body
   HTTP_POST_ERROR_STATUS = 6,       ///< status 400 or above (not 401) with a body that parsed
-  HTTP_POST_LIMIT_REFUSED = 7,      ///< a DOCTYPE, too many elements, or a start tag that is too long
+  HTTP_POST_LIMIT_REFUSED = 7,      ///< a DOCTYPE, or too much of something in the document; see httplimits.h
   HTTP_POST_CONNECTION_LOST = 8,    ///< the connection broke, or what came is not HTTP
   HTTP_POST_BARE_STATUS = 9,        ///< status 400 or above (not 401) without a body that parses
   HTTP_POST_REDIRECTED = 10,        ///< status 3xx: redirects are never followed

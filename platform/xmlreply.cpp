@@ -2,10 +2,16 @@
 
 #include <libxml/xmlerror.h>
 
+#include <vector>
+
 #include "platform/httplimits.h"
 #include "platform/xmlencoding.h"
 
 namespace {
+
+bool IsXmlBlank(char cByte) {
+  return cByte == ' ' || cByte == '\t' || cByte == '\n' || cByte == '\r';
+}
 
 // Walks over the markup of a UTF-8 document, without understanding it, and refuses what would cost libxml2 too much.
 // It must never see a start tag shorter than libxml2 does: every '<' outside of comments, CDATA and processing
@@ -47,8 +53,11 @@ class MarkupScan {
   }
 
   XML_REPLY_RESULT SkipTag(std::size_t& nAt) {
-    if (!StartsWith(nAt, "</") && ++m_nElements > XML_MAX_ELEMENTS) return XML_REPLY_RESULT::LimitRefused;
+    if (StartsWith(nAt, "</")) return SkipEndTag(nAt);
+    if (++m_nElements > XML_MAX_ELEMENTS) return XML_REPLY_RESULT::LimitRefused;
     const std::size_t nStart = nAt;
+    std::size_t nAttributes = 0;
+    std::size_t nNamespaces = 0;
     char cQuote = '\0';
     for (++nAt; nAt < m_strText.size(); ++nAt) {
       const char cNow = m_strText[nAt];
@@ -58,15 +67,34 @@ class MarkupScan {
         if (cNow == cQuote) cQuote = '\0';
       } else if (cNow == '"' || cNow == '\'') {
         cQuote = cNow;
+        if (++nAttributes > XML_MAX_ATTRIBUTES) return XML_REPLY_RESULT::LimitRefused;
       } else if (cNow == '>') {
-        return XML_REPLY_RESULT::Parsed;
+        return Enter(nNamespaces, m_strText[nAt - 1] == '/');
+      } else if (IsXmlBlank(cNow) && StartsWith(nAt + 1, "xmlns")) {
+        ++nNamespaces;
       }
     }
     return XML_REPLY_RESULT::NotXml;
   }
 
+  XML_REPLY_RESULT SkipEndTag(std::size_t& nAt) {
+    nAt = m_strText.find_first_of("<>", nAt + 1);
+    if (nAt == std::string_view::npos || m_strText[nAt] == '<') return XML_REPLY_RESULT::NotXml;
+    if (!m_rgScope.empty()) m_rgScope.pop_back();
+    return XML_REPLY_RESULT::Parsed;
+  }
+
+  // Behind a start tag with so many namespace declarations.
+  XML_REPLY_RESULT Enter(std::size_t nNamespaces, bool blEmpty) {
+    const std::size_t nInScope = nNamespaces + (m_rgScope.empty() ? 0 : m_rgScope.back());
+    if (nInScope > XML_MAX_NAMESPACES) return XML_REPLY_RESULT::LimitRefused;
+    if (!blEmpty) m_rgScope.push_back(nInScope);
+    return XML_REPLY_RESULT::Parsed;
+  }
+
   std::string_view m_strText;
   std::size_t m_nElements = 0;
+  std::vector<std::size_t> m_rgScope;  // namespace declarations in scope inside each open element
 };
 
 // libxml2 reports badly encoded bytes with the code of characters that XML does not allow, but quotes them.

@@ -8,7 +8,7 @@
 enum class XML_REPLY_RESULT {
   Parsed,        ///< `pDoc` holds the document
   NotXml,        ///< empty, or not well formed
-  LimitRefused,  ///< DOCTYPE, too many elements, start tag too long, too large once converted to UTF-8
+  LimitRefused,  ///< DOCTYPE, too much of something (httplimits.h), or too large once converted to UTF-8
 };
 
 struct XML_REPLY {

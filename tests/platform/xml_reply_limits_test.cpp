@@ -93,6 +93,47 @@ TEST(XmlReplyLimits, QuotedTagEndsDoNotHideALongTag) {
   ExpectRefused("<a x=\"'>\"" + attributes.substr(2), "behind a quote in quotes");
 }
 
+TEST(XmlReplyLimits, AttributesUpToTheCeilingAndOneMore) {
+  EXPECT_EQ(ParseXmlReply(ManyAttributes(XML_MAX_ATTRIBUTES)).eResult, XML_REPLY_RESULT::Parsed);
+  ExpectRefused(ManyAttributes(XML_MAX_ATTRIBUTES + 1), "one over");
+  const std::string tag = ManyAttributes(XML_MAX_ATTRIBUTES);
+  EXPECT_EQ(ParseXmlReply("<a>" + Repeated(tag, 2000) + "</a>").eResult, XML_REPLY_RESULT::Parsed);
+}
+
+/// Start tag with so many namespace declarations, each of another prefix.
+std::string Declaring(std::size_t count, std::size_t first = 0) {
+  std::string text = "<a";
+  for (std::size_t i = 0; i < count; ++i) text += "\n xmlns:p" + std::to_string(first + i) + "='u'";
+  return text;
+}
+
+TEST(XmlReplyLimits, NamespacesInScopeUpToTheCeilingAndOneMore) {
+  const std::string half = Declaring(XML_MAX_NAMESPACES / 2);
+  const std::string rest = Declaring(XML_MAX_NAMESPACES / 2, XML_MAX_NAMESPACES);
+  EXPECT_EQ(ParseXmlReply(half + ">" + rest + "/></a>").eResult, XML_REPLY_RESULT::Parsed);
+  ExpectRefused(half + ">" + rest + " xmlns='u'/></a>", "one over, the default one");
+  ExpectRefused(half + ">" + rest + ">" + Declaring(1) + "/></a></a>", "one over, three deep");
+  EXPECT_EQ(ParseXmlReply("<b>" + Repeated(half + "/>" + rest + "></a>", 100) + "</b>").eResult,
+            XML_REPLY_RESULT::Parsed)
+      << "beside each other";
+}
+
+TEST(XmlReplyLimits, ManyNamespacesAreRefusedBeforeTheyCostTime) {
+  std::string text;
+  constexpr std::size_t depth = 100;
+  for (std::size_t level = 0; level < depth; ++level)
+    text += Declaring(XML_MAX_ATTRIBUTES, level * XML_MAX_ATTRIBUTES) + ">";
+  ExpectRefused(text + Repeated("<p0:a/>", 90000) + Repeated("</a>", depth), "100 levels of 256");
+}
+
+TEST(XmlReplyLimits, MostThatIsAllowedIsReadInTime) {
+  std::string attributes;
+  for (int i = 0; i < 8; ++i) attributes += " p0:" + std::string(1, static_cast<char>('a' + i)) + "=''";
+  const std::string text = Declaring(XML_MAX_NAMESPACES) + ">" + Repeated("<p0:a" + attributes + "/>", 50000) + "</a>";
+  ASSERT_LE(text.size(), HTTP_MAX_ANSWER_BYTES);
+  EXPECT_EQ(ParseXmlReply(text).eResult, XML_REPLY_RESULT::Parsed);
+}
+
 TEST(XmlReplyLimits, TagsAtTheCeilingManyTimesAreRead) {
   const std::string tag = TagOf(XML_MAX_START_TAG_BYTES);
   EXPECT_EQ(ParseXmlReply("<a>" + Repeated(tag, 100) + "</a>").eResult, XML_REPLY_RESULT::Parsed);
