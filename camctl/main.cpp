@@ -1,3 +1,5 @@
+#include <sys/resource.h>
+
 #include <csignal>
 #include <exception>
 
@@ -9,6 +11,9 @@
 int main(int argc, char** argv) {
   // A reader that goes away shows as a write that fails.
   std::signal(SIGPIPE, SIG_IGN);
+  // A core file would hold the password.
+  constexpr rlimit none{0, 0};
+  setrlimit(RLIMIT_CORE, &none);
   try {
     return camctl::RunProgram(argc, argv);
   } catch (const camctl::UsageError& error) {

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "tests/support/log_secrets.h"
 #include "tests/support/private_log.h"
 #include "tests/support/xml_leaks.h"
 
@@ -37,6 +38,7 @@ int main(int argc, char** argv) {
     UseTestZone();
     testsupport::EnterPrivateLog();
     testsupport::FailTestsThatLeakXml();
+    testsupport::FailTestsThatLogSecrets();
   }
   const int result = RUN_ALL_TESTS();
   testsupport::LeavePrivateLog();

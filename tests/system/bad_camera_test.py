@@ -30,7 +30,7 @@ class DigestOnly(BadCamera):
                 self.assert_tour_passes("--quirk", quirk)
 
     def test_wrong_password_is_tried_once(self):
-        done = self.simulated("--quirk", "digest-wanted=sha-256", "test", CAMCTL_PASSWORD="wrong")
+        done = self.simulated("--quirk", "digest-wanted=sha-256", "test", CAMCTL_PASSWORD=programs.WRONG)
         self.assertEqual(done.returncode, 5, done.stdout)
         self.assertIn("tried once with a token and once with HTTP Digest", done.stdout)
 
@@ -57,7 +57,7 @@ class ClockOff(BadCamera):
         self.assertAlmostEqual(json.loads(done.stdout)["camera"]["clock_ahead_ms"], HOURS_OFF * 1000, delta=5000)
 
     def test_right_clock_is_not_blamed(self):
-        done = self.simulated("test", CAMCTL_PASSWORD="wrong")
+        done = self.simulated("test", CAMCTL_PASSWORD=programs.WRONG)
         self.assertIn("remedy: check user and password; the camera's clock is right\n", done.stdout)
         self.assert_tour_passes("--clock", "camera")
 
@@ -109,7 +109,7 @@ class LockOut(BadCamera):
             for command in commands:
                 with self.subTest(command=command):
                     for _ in range(2):
-                        done = self.ask(camera, "wrong", *command)
+                        done = self.ask(camera, programs.WRONG, *command)
                         self.assertEqual(done.returncode, 5, done.stdout)
                         self.assertIn(", tried once", done.stdout)
                     self.assertEqual(self.ask(camera, programs.PASSWORD, "test").returncode, 0, "the account is locked")
@@ -117,7 +117,7 @@ class LockOut(BadCamera):
     def test_third_wrong_try_locks(self):
         with programs.Camera("ptz-dome", "--quirk", "auth-lockout=3") as camera:
             for _ in range(3):
-                self.assertEqual(self.ask(camera, "wrong", "test").returncode, 5)
+                self.assertEqual(self.ask(camera, programs.WRONG, "test").returncode, 5)
             self.assertEqual(self.ask(camera, programs.PASSWORD, "test").returncode, 5)
 
     @staticmethod
@@ -127,4 +127,4 @@ class LockOut(BadCamera):
 
 
 if __name__ == "__main__":
-    unittest.main()
+    programs.main()

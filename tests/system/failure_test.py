@@ -107,11 +107,11 @@ class RefusedAccount(Failure):
         with programs.Camera() as camera:
             for command in ("test", "info", "caps", "paths", "tour"):
                 with self.subTest(command=command):
-                    self.assert_ends_with(tour(camera.port, password="wrong", command=command), 5,
+                    self.assert_ends_with(tour(camera.port, password=programs.WRONG, command=command), 5,
                                           r"refused the account 'admin' \(ter:NotAuthorized")
 
     def test_wrong_password_for_the_simulated_camera(self):
-        self.assert_ends_with(programs.camctl("tour", "--sim", CAMCTL_PASSWORD="wrong"), 5, "refused the account")
+        self.assert_ends_with(programs.camctl("tour", "--sim", CAMCTL_PASSWORD=programs.WRONG), 5, "refused the account")
 
     def test_password_that_changes_under_way(self):
         with programs.Camera() as right, programs.Camera("ptz-dome", "--user", "other") as other:

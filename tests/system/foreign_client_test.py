@@ -113,7 +113,7 @@ class ForeignClient(unittest.TestCase):
                          ["profile_1", "profile_2", "profile_3", "profile_4"], body)
 
     def test_wrong_digest_is_refused(self):
-        self.assert_refused(post(self.camera.port, envelope("wrong")))
+        self.assert_refused(post(self.camera.port, envelope(programs.WRONG)))
 
     def test_stale_digest_is_refused(self):
         early = datetime.datetime.now(datetime.timezone.utc) - datetime.timedelta(seconds=400)

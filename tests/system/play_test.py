@@ -62,9 +62,9 @@ class Play(unittest.TestCase):
 
     def test_wrong_password(self):
         with programs.Camera("ptz-dome") as camera:
-            done = ask(camera, "play", password="wrong-secret")
+            done = ask(camera, "play", password=programs.WRONG)
         self.assertEqual(done.returncode, 5, done.stdout)
-        self.assertNotIn("wrong-secret", done.stdout + done.stderr)
+        self.assertNotIn(programs.WRONG, done.stdout + done.stderr)
 
     def test_camera_without_streams(self):
         with programs.Camera("ptz-dome", "--no-rtsp") as camera:

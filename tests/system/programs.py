@@ -20,7 +20,9 @@ SOURCE_DIR = os.environ.get("CAMAPI_SOURCE_DIR", "")
 SCHEMA_DIR = os.environ.get("CAMAPI_SCHEMA_DIR", "")
 
 USER = "admin"
-PASSWORD = "simcam"
+with open(os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "passwords"), encoding="utf-8") as _file:
+    PASSWORDS = _file.read().splitlines()
+PASSWORD, WRONG = PASSWORDS[2:4]  # those of the programs; PASSWORDS are all that the tests use
 SKIPPED = 77
 
 FOLDER = tempfile.TemporaryDirectory(prefix="camapi-")  # the programs run in it, and leave their files there
@@ -46,10 +48,25 @@ def environment(**changes):
     return variables
 
 
+# What nobody may read in anything that a program prints, writes into a file or into the log.
+SECRET = re.compile("|".join([*map(re.escape, PASSWORDS), "PasswordDigest", "wsse:Nonce", "Authorization:", "cnonce=",
+                              "username=", r"://[^/ \n\"'?]*:[^/ \n\"'?]*@"]))
+
+
+def require_no_secret(*texts):
+    """Fails when a secret stands in one of the texts."""
+    for text in texts:
+        found = SECRET.search(text)
+        if found:
+            raise AssertionError(f"a secret is shown near {text[max(0, found.start() - 80):found.start()]!r}")
+
+
 def run(program, *arguments, **variables):
-    """Runs a program without terminal to its end; returns its status and what it printed."""
-    return subprocess.run([program, *arguments], env=environment(**variables), stdin=subprocess.DEVNULL,
+    """Runs a program without terminal to its end; returns its status and what it printed, which holds no secret."""
+    done = subprocess.run([program, *arguments], env=environment(**variables), stdin=subprocess.DEVNULL,
                           cwd=FOLDER.name, start_new_session=True, capture_output=True, text=True, timeout=RUN_S, check=False)
+    require_no_secret(done.stdout, done.stderr)
+    return done
 
 
 def camctl(*arguments, **variables):
@@ -92,6 +109,7 @@ def on_terminal(arguments, prompt=None, typed=b"", **variables):
             prompt = None
     os.close(terminal)
     _, status = os.waitpid(pid, 0)
+    require_no_secret(shown.decode())
     return status, shown.decode()
 
 
@@ -112,8 +130,8 @@ class Camera:
 
     def __init__(self, model="ptz-dome", *arguments):
         port = () if "--port" in arguments else ("--port", "0")
-        self.process = subprocess.Popen([SIMCAM, "--model", model, *port, *arguments], env=environment(),
-                                        stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        self.process = subprocess.Popen([SIMCAM, "--model", model, *port, *arguments],
+                                        env=environment(SIMCAM_PASSWORD=PASSWORD), stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         self.ready_line = read_line(self.process.stdout)
         self.streams_line = read_line(self.process.stdout) if self.ready_line else ""
         match = self.READY.match(self.ready_line)
@@ -146,6 +164,7 @@ class Camera:
         """Asks it to end; returns its status and what it printed after its two first lines."""
         self.process.send_signal(number)
         output, errors = self.process.communicate(timeout=READY_S)
+        require_no_secret(self.ready_line, self.streams_line, output.decode(), errors.decode())
         return self.process.returncode, output.decode(), errors.decode()
 
     def kill(self):
@@ -203,4 +222,16 @@ def main():
     for name, program in (("CAMAPI_CAMCTL", CAMCTL), ("CAMAPI_SIMCAM", SIMCAM)):
         if not os.access(program, os.X_OK):
             sys.exit(f"{name} must name the built program; it is {program!r}")
-    unittest.main(verbosity=2)
+    passed = unittest.main(verbosity=2, exit=False).result.wasSuccessful()
+    require_no_secret_in_log()
+    sys.exit(0 if passed else 1)
+
+
+def require_no_secret_in_log():
+    """The diagnostic log of the programs, where the run has one of its own, and the files that they have left."""
+    for folder in ("/var/log", FOLDER.name):
+        for name in os.listdir(folder):
+            path = os.path.join(folder, name)
+            if os.path.isfile(path) and (folder != "/var/log" or name.startswith("hexwatch")):
+                with open(path, encoding="latin-1") as file:
+                    require_no_secret(file.read())

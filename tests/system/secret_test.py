@@ -7,7 +7,7 @@ import unittest
 import programs
 import relay
 
-SECRET = "correct-horse-battery"
+SECRET = programs.PASSWORDS[1]
 
 
 def everything(done):
@@ -58,10 +58,14 @@ class Secret(unittest.TestCase):
                 self.assertIn("********", done.stdout)
                 self.assertNotIn(SECRET, everything(done))
 
-    def test_process_list_does_not_show_it(self):
+    def test_process_list_and_core_do_not_show_it(self):
         seen = []
 
+        limits = []
+
         def before(unused_number, unused_body):
+            with open(f"/proc/{process.pid}/limits", encoding="utf-8") as file:
+                limits.extend(line.split() for line in file if line.startswith("Max core file size"))
             with open(f"/proc/{process.pid}/cmdline", "rb") as file:
                 seen.append(file.read())
             with open(f"/proc/{self.camera.process.pid}/cmdline", "rb") as file:
@@ -76,6 +80,7 @@ class Secret(unittest.TestCase):
             output, errors = process.communicate(timeout=programs.RUN_S)
         self.assertEqual(process.returncode, 0, output + errors)
         self.assertGreaterEqual(len(seen), 4)
+        self.assertEqual(limits[0][4:6], ["0", "0"], "a core file would hold the password")
         for command_line in seen:
             self.assertNotEqual(command_line, b"")
             self.assertNotIn(SECRET.encode(), command_line)

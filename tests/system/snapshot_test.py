@@ -51,7 +51,7 @@ class Snapshots(unittest.TestCase):
         self.assertEqual(answer, "200 image/jpeg")
 
     def test_wrong_password_is_refused(self):
-        answer, _ = self.fetch("axis-dome", AXIS_TARGET, "--digest", password="wrong")
+        answer, _ = self.fetch("axis-dome", AXIS_TARGET, "--digest", password=programs.WRONG)
         self.assertEqual(answer, "401 text/plain; charset=utf-8")
 
     def test_password_in_clear_is_refused(self):

@@ -134,7 +134,7 @@ class Json(unittest.TestCase):
                 self.assertEqual(json.loads(done.stdout)["result"], 0)
 
     def test_failure_is_a_document_too(self):
-        done = programs.camctl("tour", "--sim", "--json", CAMCTL_PASSWORD="wrong")
+        done = programs.camctl("tour", "--sim", "--json", CAMCTL_PASSWORD=programs.WRONG)
         self.assertEqual(done.returncode, 5)
         document = json.loads(done.stdout)
         self.assertEqual(document["result"], 5)
