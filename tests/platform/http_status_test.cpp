@@ -93,6 +93,29 @@ TEST_F(HttpClientTest, OtherFormsOfAnAnswerAreRead) {
   }
 }
 
+TEST_F(HttpClientTest, NothingThatADocumentNamesIsLoaded) {
+  ScriptedCamera elsewhere;
+  const std::string url = "http://127.0.0.1:" + std::to_string(elsewhere.Port()) + "/x";
+  const std::string kDocuments[] = {
+      "<!DOCTYPE a SYSTEM '" + url + "'><a/>",
+      "<!DOCTYPE a PUBLIC 'p' '" + url + "'><a/>",
+      "<!DOCTYPE a [<!ENTITY e SYSTEM '" + url + "'>]><a>&e;</a>",
+      "<!DOCTYPE a [<!ENTITY % e SYSTEM '" + url + "'> %e;]><a/>",
+      "<?xml-stylesheet href='" + url + "' type='text/xsl'?><a/>",
+      "<?oasis-xml-catalog catalog='" + url + "'?><a/>",
+      "<a xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance' xsi:schemaLocation='u " + url + "'/>",
+      "<a xmlns:xi='http://www.w3.org/2001/XInclude'><xi:include href='" + url + "'/></a>",
+      "<a xml:base='" + url + "' xmlns='" + url + "'/>",
+  };
+  for (const std::string& document : kDocuments) {
+    m_camera.Answer(Reply::Ok(document));
+    const int result = m_client.Post().result;
+    const bool refused = document.find("<!DOCTYPE") != std::string::npos;
+    EXPECT_EQ(result, refused ? HTTP_POST_LIMIT_REFUSED : HTTP_POST_OK) << document;
+  }
+  EXPECT_EQ(elsewhere.Connections(), 0);
+}
+
 TEST_F(HttpClientTest, RedirectIsNotFollowed) {
   ScriptedCamera elsewhere;
   const std::string location = "Location: http://127.0.0.1:" + std::to_string(elsewhere.Port()) + "/\r\n";
