@@ -3,36 +3,39 @@
 #include <algorithm>
 
 #include "dupfromhx/hxdebuglog.h"
+#include "onvif/boundary.h"
 #include "onvif/camapi-onvif.h"
 #include "onvif/driverdetail.h"
 #include "platform/devicepackowned.h"
 #include "platform/vexlib.h"
 
 int ONVIFAPI::SetAudio(int nAudioType) {
-  const std::string strCodec = DevicePackOwned::GetAudioType(nAudioType);
-  if (strCodec != "AAC" && strCodec != "G711" && strCodec != "G726") return CAMERA_NOT_SUPPORTED;
-  OVF_MED_PROFILE main;
-  if (m_MediaService.GetProfile(m_strRecProfileToken, main) != RET_ONVIF_OK) return CAMERA_FAILED;
-  // What later failures return: 0 when an audio source had to be bound, so that they are reported as success. This is
-  // meant.
-  int nHeld = CAMERA_FAILED;
-  if (main.AudConf.strSourceToken.empty()) {
-    nHeld = AddAudioSrcConf(m_strRecProfileToken);
-    if (nHeld != CAMERA_OK) return nHeld;
-  }
-  const bool blFits = !main.AudConf.strToken.empty() && main.AudConf.strEncoding == strCodec;
-  if (!blFits && !BindAudioEncoder(strCodec, main.AudConf)) return nHeld;
-  if (m_strLiveProfileToken == m_strRecProfileToken) return CAMERA_OK;
+  return AtBoundary(__func__, [&]() -> int {
+    const std::string strCodec = DevicePackOwned::GetAudioType(nAudioType);
+    if (strCodec != "AAC" && strCodec != "G711" && strCodec != "G726") return CAMERA_NOT_SUPPORTED;
+    OVF_MED_PROFILE main;
+    if (m_MediaService.GetProfile(m_strRecProfileToken, main) != RET_ONVIF_OK) return CAMERA_FAILED;
+    // What later failures return: 0 when an audio source had to be bound, so that they are reported as success. This is
+    // meant.
+    int nHeld = CAMERA_FAILED;
+    if (main.AudConf.strSourceToken.empty()) {
+      nHeld = AddAudioSrcConf(m_strRecProfileToken);
+      if (nHeld != CAMERA_OK) return nHeld;
+    }
+    const bool blFits = !main.AudConf.strToken.empty() && main.AudConf.strEncoding == strCodec;
+    if (!blFits && !BindAudioEncoder(strCodec, main.AudConf)) return nHeld;
+    if (m_strLiveProfileToken == m_strRecProfileToken) return CAMERA_OK;
 
-  OVF_MED_PROFILE live;
-  if (m_MediaService.GetProfile(m_strLiveProfileToken, live) != RET_ONVIF_OK) return nHeld;
-  if (live.AudConf.strSourceToken.empty()) {
-    const int nAdded = AddAudioSrcConf(m_strLiveProfileToken);
-    if (nAdded != CAMERA_OK) return nAdded;
-  }
-  if (live.AudConf.strToken == main.AudConf.strToken) return CAMERA_OK;
-  const RET_ONVIF eBound = m_MediaService.AddAudioEncoderConfiguration(m_strLiveProfileToken, main.AudConf.strToken);
-  return eBound == RET_ONVIF_OK ? CAMERA_OK : nHeld;
+    OVF_MED_PROFILE live;
+    if (m_MediaService.GetProfile(m_strLiveProfileToken, live) != RET_ONVIF_OK) return nHeld;
+    if (live.AudConf.strSourceToken.empty()) {
+      const int nAdded = AddAudioSrcConf(m_strLiveProfileToken);
+      if (nAdded != CAMERA_OK) return nAdded;
+    }
+    if (live.AudConf.strToken == main.AudConf.strToken) return CAMERA_OK;
+    const RET_ONVIF eBound = m_MediaService.AddAudioEncoderConfiguration(m_strLiveProfileToken, main.AudConf.strToken);
+    return eBound == RET_ONVIF_OK ? CAMERA_OK : nHeld;
+  });
 }
 
 // Finds an encoder of the codec, or sets one to it, and binds it to the main profile. False when a step failed.

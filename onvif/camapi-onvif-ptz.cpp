@@ -3,6 +3,7 @@
 #include <clocale>
 #include <cstdlib>
 
+#include "onvif/boundary.h"
 #include "onvif/camapi-onvif.h"
 #include "onvif/driverdetail.h"
 
@@ -101,28 +102,34 @@ bool ONVIFAPI::GetPTZVelocity(int nCode, OVF_PTZ_MOVE_PARAM& velocity, int nSpee
 }
 
 int ONVIFAPI::LensPTZ(int nCode) {
-  if (m_CamCap.IsPTZValid(nCode) == 0) return CAMERA_NOT_SUPPORTED;
-  OVF_PTZ_MOVE_PARAM translation;
-  if (!GetPTZTranslation(nCode, translation)) return CAMERA_FAILED;
-  if (nCode == k_nCodeHome) return OkOrFailed(m_PtzService.GotoHomePosition(m_strRecProfileToken));
-  OVF_PTZ_MOVE_PARAM speed{1.0, 1.0, 1.0};
-  return OkOrFailed(m_PtzService.RelativeMove(m_strRecProfileToken, translation, speed));
+  return AtBoundary(__func__, [&]() -> int {
+    if (m_CamCap.IsPTZValid(nCode) == 0) return CAMERA_NOT_SUPPORTED;
+    OVF_PTZ_MOVE_PARAM translation;
+    if (!GetPTZTranslation(nCode, translation)) return CAMERA_FAILED;
+    if (nCode == k_nCodeHome) return OkOrFailed(m_PtzService.GotoHomePosition(m_strRecProfileToken));
+    OVF_PTZ_MOVE_PARAM speed{1.0, 1.0, 1.0};
+    return OkOrFailed(m_PtzService.RelativeMove(m_strRecProfileToken, translation, speed));
+  });
 }
 
 int ONVIFAPI::LensPTZStart(int nCode) {
-  return LensPTZSpeedStart(nCode, k_nDefaultSpeed);
+  return AtBoundary(__func__, [&]() -> int { return LensPTZSpeedStart(nCode, k_nDefaultSpeed); });
 }
 
 int ONVIFAPI::LensPTZSpeedStart(int nCode, int nSpeed) {
-  if (m_CamCap.IsPTZValid(nCode) == 0) return CAMERA_NOT_SUPPORTED;
-  if (nCode == k_nCodeHome) return OkOrFailed(m_PtzService.GotoHomePosition(m_strRecProfileToken));
-  OVF_PTZ_MOVE_PARAM velocity;
-  if (!GetPTZVelocity(nCode, velocity, nSpeed)) return CAMERA_FAILED;
-  return OkOrFailed(m_PtzService.ContinuousMove(m_strRecProfileToken, velocity, m_CamCap.GetPtzCap()));
+  return AtBoundary(__func__, [&]() -> int {
+    if (m_CamCap.IsPTZValid(nCode) == 0) return CAMERA_NOT_SUPPORTED;
+    if (nCode == k_nCodeHome) return OkOrFailed(m_PtzService.GotoHomePosition(m_strRecProfileToken));
+    OVF_PTZ_MOVE_PARAM velocity;
+    if (!GetPTZVelocity(nCode, velocity, nSpeed)) return CAMERA_FAILED;
+    return OkOrFailed(m_PtzService.ContinuousMove(m_strRecProfileToken, velocity, m_CamCap.GetPtzCap()));
+  });
 }
 
 int ONVIFAPI::LensPTZStop(int nCode) {
-  if (m_CamCap.IsPTZValid(nCode) == 0) return CAMERA_NOT_SUPPORTED;
-  OVF_PTZ_MOVE_PARAM velocity{0, 0, 0};
-  return OkOrFailed(m_PtzService.ContinuousMove(m_strRecProfileToken, velocity, m_CamCap.GetPtzCap()));
+  return AtBoundary(__func__, [&]() -> int {
+    if (m_CamCap.IsPTZValid(nCode) == 0) return CAMERA_NOT_SUPPORTED;
+    OVF_PTZ_MOVE_PARAM velocity{0, 0, 0};
+    return OkOrFailed(m_PtzService.ContinuousMove(m_strRecProfileToken, velocity, m_CamCap.GetPtzCap()));
+  });
 }

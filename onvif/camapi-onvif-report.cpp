@@ -1,18 +1,21 @@
 // The capability report: order of the steps, service entries, channels, PTZ.
 
+#include "onvif/boundary.h"
 #include "onvif/camapi-onvif.h"
 #include "onvif/driverdetail.h"
 #include "onvif/onvifnumber.h"
 #include "platform/vexlib.h"
 
 int ONVIFAPI::GetCapability(std::map<std::string, std::string>& mapCap) {
-  int nRet = GetEntries(mapCap);
-  if (nRet == CAMERA_OK) nRet = GetMediaCap(mapCap);
-  if (nRet == CAMERA_OK) nRet = GetDeviceInfo(mapCap);
-  if (nRet != CAMERA_OK) return nRet;
-  if (m_PtzService.IsSupported()) GetPTZCap(mapCap);  // a camera whose PTZ unit does not answer is still reported
-  mapCap.emplace("single_stream", "yes");
-  return CAMERA_OK;
+  return AtBoundary(__func__, [&]() -> int {
+    int nRet = GetEntries(mapCap);
+    if (nRet == CAMERA_OK) nRet = GetMediaCap(mapCap);
+    if (nRet == CAMERA_OK) nRet = GetDeviceInfo(mapCap);
+    if (nRet != CAMERA_OK) return nRet;
+    if (m_PtzService.IsSupported()) GetPTZCap(mapCap);  // a camera whose PTZ unit does not answer is still reported
+    mapCap.emplace("single_stream", "yes");
+    return CAMERA_OK;
+  });
 }
 
 int ONVIFAPI::GetEntries(std::map<std::string, std::string>& mapCap) {

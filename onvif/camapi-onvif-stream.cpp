@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "dupfromhx/hxdebuglog.h"
+#include "onvif/boundary.h"
 #include "onvif/camapi-onvif.h"
 #include "onvif/driverdetail.h"
 #include "onvif/onvifnumber.h"
@@ -38,21 +39,23 @@ void KeepUnlessGiven(std::string& strStored, const std::string& strGiven) {
 }  // namespace
 
 int ONVIFAPI::SetStmProfile(STM_PROFILE const& profile) {
-  const bool blSame = profile.strReso == profile.strLiveReso && profile.strFps == profile.strLiveFps &&
-                      profile.strQual == profile.strLiveQual;
-  if (SetSingleMediaProfile(profile, m_strRecProfileToken, "") != CAMERA_OK) return CAMERA_FAILED;
-  if (blSame) {
-    m_strLiveProfileToken = m_strRecProfileToken;
-  } else {
-    if (CheckAndGetValidLiveviewProfile() != CAMERA_OK) return CAMERA_FAILED;
-    STM_PROFILE live = profile;
-    live.strReso = profile.strLiveReso;
-    live.strFps = profile.strLiveFps;
-    live.strQual = profile.strLiveQual;
-    if (SetSingleMediaProfile(live, m_strLiveProfileToken, m_strRecProfileToken) != CAMERA_OK) return CAMERA_FAILED;
-  }
-  StoreStmProfile(profile);
-  return CAMERA_OK;
+  return AtBoundary(__func__, [&]() -> int {
+    const bool blSame = profile.strReso == profile.strLiveReso && profile.strFps == profile.strLiveFps &&
+                        profile.strQual == profile.strLiveQual;
+    if (SetSingleMediaProfile(profile, m_strRecProfileToken, "") != CAMERA_OK) return CAMERA_FAILED;
+    if (blSame) {
+      m_strLiveProfileToken = m_strRecProfileToken;
+    } else {
+      if (CheckAndGetValidLiveviewProfile() != CAMERA_OK) return CAMERA_FAILED;
+      STM_PROFILE live = profile;
+      live.strReso = profile.strLiveReso;
+      live.strFps = profile.strLiveFps;
+      live.strQual = profile.strLiveQual;
+      if (SetSingleMediaProfile(live, m_strLiveProfileToken, m_strRecProfileToken) != CAMERA_OK) return CAMERA_FAILED;
+    }
+    StoreStmProfile(profile);
+    return CAMERA_OK;
+  });
 }
 
 void ONVIFAPI::StoreStmProfile(const STM_PROFILE& profile) {
@@ -72,13 +75,11 @@ int ONVIFAPI::CheckAndGetValidLiveviewProfile() {
   std::list<OVF_MED_PROFILE> lstProfile;
   if (m_MediaService.GetProfiles(lstProfile) != RET_ONVIF_OK) return CAMERA_FAILED;
   if (lstProfile.size() > 1) {
-    m_strLiveProfileToken.clear();
-    for (const OVF_MED_PROFILE& profile : lstProfile) {
-      if (profile.strToken == m_strRecProfileToken) continue;
-      m_strLiveProfileToken = profile.strToken;
-      return CAMERA_OK;
-    }
-    return CAMERA_FAILED;
+    const auto itOther = std::find_if(lstProfile.begin(), lstProfile.end(), [&](const OVF_MED_PROFILE& profile) {
+      return profile.strToken != m_strRecProfileToken;
+    });
+    m_strLiveProfileToken = itOther == lstProfile.end() ? std::string() : itOther->strToken;
+    return itOther == lstProfile.end() ? CAMERA_FAILED : CAMERA_OK;
   }
   OVF_MED_PROFILE created;
   if (m_MediaService.CreateProfile(k_pLiveProfile, created) != RET_ONVIF_OK) return CAMERA_FAILED;

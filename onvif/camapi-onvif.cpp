@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "onvif/boundary.h"
 #include "onvif/driverdetail.h"
 #include "onvif/onvifmodels.h"
 #include "platform/devicepackowned.h"
@@ -71,39 +72,43 @@ int ONVIFAPI::ConvertOnvifRetToCamApiRet(RET_ONVIF eRet) {
 }
 
 int ONVIFAPI::TestConn() {
-  std::list<OVF_MED_PROFILE> lstProfile;
-  const RET_ONVIF eListed = m_MediaService.GetProfiles(lstProfile);
-  if (eListed != RET_ONVIF_OK) return ConvertOnvifRetToCamApiRet(eListed);
-  OVF_MED_PROFILE scratch;
-  const auto itLeftOver = std::find_if(lstProfile.begin(), lstProfile.end(), [](const OVF_MED_PROFILE& profile) {
-    return profile.strName == k_pScratchProfile;
+  return AtBoundary(__func__, [&]() -> int {
+    std::list<OVF_MED_PROFILE> lstProfile;
+    const RET_ONVIF eListed = m_MediaService.GetProfiles(lstProfile);
+    if (eListed != RET_ONVIF_OK) return ConvertOnvifRetToCamApiRet(eListed);
+    OVF_MED_PROFILE scratch;
+    const auto itLeftOver = std::find_if(lstProfile.begin(), lstProfile.end(), [](const OVF_MED_PROFILE& profile) {
+      return profile.strName == k_pScratchProfile;
+    });
+    if (itLeftOver != lstProfile.end()) {
+      scratch = *itLeftOver;
+    } else {
+      const int nCreated = ConvertOnvifRetToCamApiRet(m_MediaService.CreateProfile(k_pScratchProfile, scratch));
+      // A camera that refuses to create profiles passes the test all the same. This is meant.
+      if (nCreated != CAMERA_OK) return nCreated == CAMERA_NOT_AUTHORIZED ? CAMERA_NOT_AUTHORIZED : CAMERA_OK;
+    }
+    return ConvertOnvifRetToCamApiRet(m_MediaService.DeleteProfile(scratch.strToken));
   });
-  if (itLeftOver != lstProfile.end()) {
-    scratch = *itLeftOver;
-  } else {
-    const int nCreated = ConvertOnvifRetToCamApiRet(m_MediaService.CreateProfile(k_pScratchProfile, scratch));
-    // A camera that refuses to create profiles passes the test all the same. This is meant.
-    if (nCreated != CAMERA_OK) return nCreated == CAMERA_NOT_AUTHORIZED ? CAMERA_NOT_AUTHORIZED : CAMERA_OK;
-  }
-  return ConvertOnvifRetToCamApiRet(m_MediaService.DeleteProfile(scratch.strToken));
 }
 
 int ONVIFAPI::GetDeviceInfo(std::map<std::string, std::string>& mapInfo) {
-  OVF_DEV_INFO info;
-  const RET_ONVIF eInfo = m_DevService.GetDeviceInformation(info);
-  if (eInfo != RET_ONVIF_OK) return ConvertOnvifRetToCamApiRet(eInfo);
-  const std::string strVendor = LowerCase(info.strManufacturer);
-  InsertRtspHints(mapInfo, strVendor);
-  if (!IsVendorSupportDualStream(strVendor)) {
-    for (const char* pKey : k_rgIndependentKey) mapInfo.erase(pKey);
-  }
-  if (IsFisheye(strVendor, LowerCase(info.strModel))) mapInfo.emplace("fisheye", strVendor);
-  InsertText(mapInfo, "vendor", info.strManufacturer);
-  InsertText(mapInfo, "model", info.strModel);
-  InsertText(mapInfo, "firmware_version", info.strFirmwareVersion);
+  return AtBoundary(__func__, [&]() -> int {
+    OVF_DEV_INFO info;
+    const RET_ONVIF eInfo = m_DevService.GetDeviceInformation(info);
+    if (eInfo != RET_ONVIF_OK) return ConvertOnvifRetToCamApiRet(eInfo);
+    const std::string strVendor = LowerCase(info.strManufacturer);
+    InsertRtspHints(mapInfo, strVendor);
+    if (!IsVendorSupportDualStream(strVendor)) {
+      for (const char* pKey : k_rgIndependentKey) mapInfo.erase(pKey);
+    }
+    if (IsFisheye(strVendor, LowerCase(info.strModel))) mapInfo.emplace("fisheye", strVendor);
+    InsertText(mapInfo, "vendor", info.strManufacturer);
+    InsertText(mapInfo, "model", info.strModel);
+    InsertText(mapInfo, "firmware_version", info.strFirmwareVersion);
 
-  OVF_DEV_NET_INTER inter;
-  const RET_ONVIF eInter = m_DevService.GetNetworkInterfaces(inter);
-  if (eInter == RET_ONVIF_OK) InsertText(mapInfo, "mac_address", inter.strHwAddress);
-  return ConvertOnvifRetToCamApiRet(eInter);
+    OVF_DEV_NET_INTER inter;
+    const RET_ONVIF eInter = m_DevService.GetNetworkInterfaces(inter);
+    if (eInter == RET_ONVIF_OK) InsertText(mapInfo, "mac_address", inter.strHwAddress);
+    return ConvertOnvifRetToCamApiRet(eInter);
+  });
 }

@@ -13,6 +13,10 @@
 /// Driver of one ONVIF camera. The server makes one object per camera and calls it from one thread at a time; every
 /// call completes before it returns. Failures are logged once, in the shared log file.
 ///
+/// No exception leaves a virtual operation or `GetRTSPPort`: without memory they answer 1 (see boundary.h). What they
+/// would have written may then be there in part, as after any other failure. The constructor and the operations that
+/// are steps of others throw std::bad_alloc.
+///
 /// Result codes: 0 success, 1 failure, 3 preset number out of range, 4 transport failure, 5 not authorised, 6 fault or
 /// bad argument, 7 not supported by this camera or driver. Operations that are not overridden answer 7.
 class CAMAPI_ONVIF_EXPORT ONVIFAPI : public CameraAPI {

@@ -8,6 +8,10 @@
 
 namespace {
 
+constexpr const char* k_pNsAttr10 = "xmlns=\"http://www.onvif.org/ver10/ptz/wsdl\"";
+constexpr const char* k_pNsAttr20 = "xmlns=\"http://www.onvif.org/ver20/ptz/wsdl\"";
+constexpr std::size_t k_nLongestNsAttr = 64;
+
 constexpr unsigned int k_nAxisPan = 1U;
 constexpr unsigned int k_nAxisTilt = 2U;
 constexpr unsigned int k_nAxisZoom = 4U;
@@ -25,10 +29,10 @@ std::string Zoom(const OVF_PTZ_MOVE_PARAM& vector) {
 
 void OnvifPtzService::UpdateServiceParam(CameraAPI* pCamApi, std::string strServicePath, std::string strVerMajor,
                                          std::string strVerMinor) {
+  m_strNsAttr.reserve(k_nLongestNsAttr);  // the one step that can fail, before anything is changed
   OnvifServiceBase::UpdateServiceParam(pCamApi, std::move(strServicePath), std::move(strVerMajor),
                                        std::move(strVerMinor));
-  m_strNsAttr =
-      IsVersion10() ? "xmlns=\"http://www.onvif.org/ver10/ptz/wsdl\"" : "xmlns=\"http://www.onvif.org/ver20/ptz/wsdl\"";
+  m_strNsAttr = IsVersion10() ? k_pNsAttr10 : k_pNsAttr20;
 }
 
 RET_ONVIF OnvifPtzService::ContinuousMove(std::string strToken, OVF_PTZ_MOVE_PARAM& velocity, unsigned int nAxes) {

@@ -34,7 +34,8 @@ enum RET_ONVIF : int {
 CAMAPI_ONVIF_EXPORT void ParseUrlAndGetPathPort(std::string strUrl, std::string& strPath, std::string& strPort);
 
 /// Base of the clients of one camera's ONVIF services: where the service is reached, the exchange of SOAP messages, and
-/// the tools to read and build XML. Copies share the driver they point to. One thread at a time.
+/// the tools to read and build XML. Copies share the driver they point to. One thread at a time. Nothing here and in the
+/// clients throws anything but std::bad_alloc.
 class CAMAPI_ONVIF_EXPORT OnvifServiceBase {
  public:
   OnvifServiceBase() = default;
