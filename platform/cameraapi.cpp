@@ -151,13 +151,15 @@ int CameraAPI::SendHttpXmlSocketPost(std::string strPath, _xmlDoc*& pRequest, _x
   if (pRequest == nullptr) return HTTP_POST_NO_REQUEST;
   xmlChar* pText = nullptr;
   int nBytes = 0;
+  bool blWhole = false;
   {
-    const PlatformXmlSilence
-        silence;  // a text with bytes of another encoding goes out as it is, and libxml2 would complain
+    // A text with bytes of another encoding goes out as it is, and libxml2 would complain.
+    const PlatformXmlSilence silence;
     xmlDocDumpMemory(pRequest, &pText, &nBytes);
+    blWhole = pText != nullptr && !silence.HadNoMemory();
   }
   const OwnedXmlText pOwned(pText);
-  if (!pOwned) return HTTP_POST_OUT_OF_RESOURCES;
+  if (!blWhole) return HTTP_POST_OUT_OF_RESOURCES;
   const std::string_view strRequest(reinterpret_cast<const char*>(pText), static_cast<std::size_t>(nBytes));
   return Post(strPath, strRequest, pResponse, nTimeout);
 }

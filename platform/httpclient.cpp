@@ -185,6 +185,7 @@ HTTP_POST_RESULT FromFailure(CURLcode eCode, long nErrno, const ANSWER& answer) 
 HTTP_POST_RESULT FromStatus(int nStatus, XML_REPLY_RESULT eReply) {
   const bool blParsed = eReply == XML_REPLY_RESULT::Parsed;
   if (nStatus == k_nUnauthorized) return HTTP_POST_AUTH_REFUSED;
+  if (eReply == XML_REPLY_RESULT::OutOfMemory) return HTTP_POST_OUT_OF_RESOURCES;
   if (nStatus >= 400) return blParsed ? HTTP_POST_ERROR_STATUS : HTTP_POST_BARE_STATUS;
   if (nStatus >= 300) return HTTP_POST_REDIRECTED;
   if (eReply == XML_REPLY_RESULT::LimitRefused) return HTTP_POST_LIMIT_REFUSED;
@@ -333,6 +334,7 @@ HTTP_EXCHANGE HttpClient::Exchange(const std::string& strPath, std::string_view 
   if (exchange.nStatus == k_nUnauthorized) exchange.strChallenges = DescribeChallenges(answer.rgChallenge);
   XML_REPLY reply = ParseXmlReply(answer.strBody);
   exchange.eResult = FromStatus(exchange.nStatus, reply.eResult);
+  if (exchange.eResult == HTTP_POST_OUT_OF_RESOURCES) exchange.strError = "no memory to read the answer";
   exchange.pDoc = std::move(reply.pDoc);
   return exchange;
 }

@@ -6,6 +6,7 @@
 
 #include "platform/httplimits.h"
 #include "platform/xmlencoding.h"
+#include "platform/xmlsilence.h"
 
 namespace {
 
@@ -102,11 +103,19 @@ bool IsBadlyEncoded(const xmlError& error) {
   return error.code == XML_ERR_INVALID_CHAR && error.str1 != nullptr;
 }
 
-// Remembers that the parser met a fatal fault other than badly encoded bytes. (An undeclared prefix is no fatal one:
-// such a document is well formed.)
+// What the parser met on its way.
+struct FAULTS {
+  bool blFatal = false;  // other than badly encoded bytes
+  bool blNoMemory = false;
+  bool blEmptyNamespace = false;  // xmlns:a=""
+};
+
+// An undeclared prefix is no fatal fault: such a document is well formed.
 void NoteFault(void* pContext, xmlErrorPtr pError) {
-  if (pError->level != XML_ERR_FATAL || IsBadlyEncoded(*pError)) return;
-  *static_cast<bool*>(static_cast<xmlParserCtxt*>(pContext)->_private) = true;
+  FAULTS& faults = *static_cast<FAULTS*>(static_cast<xmlParserCtxt*>(pContext)->_private);
+  if (PlatformXmlSilence::IsNoMemory(*pError)) faults.blNoMemory = true;
+  if (pError->code == XML_NS_ERR_XML_NAMESPACE) faults.blEmptyNamespace = true;
+  if (pError->level == XML_ERR_FATAL && !IsBadlyEncoded(*pError)) faults.blFatal = true;
 }
 
 // XML_PARSE_RECOVER is here for badly encoded bytes alone; any other fault refuses the document afterwards.
@@ -114,20 +123,30 @@ void NoteFault(void* pContext, xmlErrorPtr pError) {
 constexpr int k_nParseOptions =
     XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_RECOVER | XML_PARSE_IGNORE_ENC;
 
-OwnedXmlDoc ParseUtf8(const std::string& strText) {
-  const OwnedXmlParser pParser(xmlNewParserCtxt());
-  if (!pParser) return nullptr;
-  bool blFault = false;
-  pParser->_private = &blFault;
-  pParser->sax->serror = NoteFault;
-  const int nSize = static_cast<int>(strText.size());
-  OwnedXmlDoc pDoc(xmlCtxtReadMemory(pParser.get(), strText.data(), nSize, nullptr, nullptr, k_nParseOptions));
-  if (blFault) return nullptr;
-  return pDoc;
-}
-
 XML_REPLY Refused(XML_REPLY_RESULT eResult) {
   return {eResult, nullptr};
+}
+
+bool HoldsEmptyValue(const std::string& strText) {
+  return strText.find("\"\"") != std::string::npos || strText.find("''") != std::string::npos;
+}
+
+XML_REPLY ParseUtf8(const std::string& strText) {
+  const PlatformXmlSilence silence;  // not all of libxml2 knows the parser's own handler
+  const OwnedXmlParser pParser(xmlNewParserCtxt());
+  if (!pParser) return Refused(XML_REPLY_RESULT::OutOfMemory);
+  FAULTS faults;
+  pParser->_private = &faults;
+  pParser->sax->serror = NoteFault;
+  // Not as a block of memory, of which libxml2 would make a copy (and lose parts of that when memory runs out).
+  const auto* const pText = reinterpret_cast<const xmlChar*>(strText.c_str());
+  OwnedXmlDoc pDoc(xmlCtxtReadDoc(pParser.get(), pText, nullptr, nullptr, k_nParseOptions));
+  // libxml2 takes a namespace for which it gets no memory for an empty one, and drops it.
+  const bool blLostNamespace = faults.blEmptyNamespace && !HoldsEmptyValue(strText);
+  // Before the other faults: without memory a good document looks like a bad one.
+  if (faults.blNoMemory || silence.HadNoMemory() || blLostNamespace) return Refused(XML_REPLY_RESULT::OutOfMemory);
+  if (faults.blFatal || !pDoc) return Refused(XML_REPLY_RESULT::NotXml);
+  return {XML_REPLY_RESULT::Parsed, std::move(pDoc)};
 }
 
 }  // namespace
@@ -138,7 +157,5 @@ XML_REPLY ParseXmlReply(std::string_view strBody) {
   if (strText->size() > HTTP_MAX_ANSWER_BYTES) return Refused(XML_REPLY_RESULT::LimitRefused);
   const XML_REPLY_RESULT eScan = MarkupScan(*strText).Run();
   if (eScan != XML_REPLY_RESULT::Parsed) return Refused(eScan);
-  OwnedXmlDoc pDoc = ParseUtf8(*strText);
-  if (!pDoc) return Refused(XML_REPLY_RESULT::NotXml);
-  return {XML_REPLY_RESULT::Parsed, std::move(pDoc)};
+  return ParseUtf8(*strText);
 }

@@ -8,11 +8,12 @@
 enum class XML_REPLY_RESULT {
   Parsed,        ///< `pDoc` holds the document
   NotXml,        ///< empty, or not well formed
+  OutOfMemory,   ///< libxml2 got no memory; the document may be well formed
   LimitRefused,  ///< DOCTYPE, too much of something (httplimits.h), or too large once converted to UTF-8
 };
 
 struct XML_REPLY {
-  XML_REPLY_RESULT eResult;
+  XML_REPLY_RESULT eResult = XML_REPLY_RESULT::NotXml;
   OwnedXmlDoc pDoc;  ///< null unless `eResult` is Parsed
 };
 
