@@ -53,6 +53,7 @@ bool RegisterDeclared(xmlXPathContext* pContext, const xmlNode* pRoot) {
 // An XPath result that holds `nodes`, null for none.
 xmlXPathObject* NewNodeSet(const std::vector<xmlNode*>& nodes) {
   if (nodes.empty()) return nullptr;
+  const XmlSilence silence;
   XmlXPathObject pObject(xmlXPathNewNodeSet(nodes.front()));
   if (!pObject || xmlXPathNodeSetIsEmpty(pObject->nodesetval)) return nullptr;
   for (auto itNode = nodes.begin() + 1; itNode != nodes.end(); ++itNode) {
@@ -119,12 +120,14 @@ _xmlXPathObject* OnvifServiceBase::EvaluateXPath(_xmlDoc* pDoc, const _xmlNode* 
 RET_ONVIF OnvifServiceBase::GetNodeAttr(_xmlNode* pNode, std::string strAttr, std::string& strValue) {
   if (pNode == nullptr) return RET_ONVIF_INVALID_ARG;
   strValue.clear();
+  const XmlSilence silence;
   return StoreText(XmlText(xmlGetProp(pNode, XmlChars(strAttr))), strValue);
 }
 
 RET_ONVIF OnvifServiceBase::GetNodeContent(_xmlNode* pNode, std::string& strContent) {
   if (pNode == nullptr) return RET_ONVIF_INVALID_ARG;
   strContent.clear();
+  const XmlSilence silence;
   return StoreText(XmlText(xmlNodeGetContent(pNode)), strContent);
 }
 
@@ -172,6 +175,7 @@ _xmlNode* OnvifServiceBase::InsertChildByPath(_xmlDoc* pDoc, std::string strXPat
   if (!pObject) return nullptr;
   const XmlText pContent(xmlNodeGetContent(FirstNode(pObject)));
   pObject.reset();
+  if (!pContent) return nullptr;
   return NewTextChild(pParent, strName, pContent.get());
 }
 

@@ -31,7 +31,7 @@ bool OnvifSetRequest::AddConfiguration(const std::string& strToken) {
 }
 
 bool OnvifSetRequest::AddForcePersistence() {
-  return AddPlain(m_pConf->parent, "ForcePersistence", "true") != nullptr;
+  return AddPlain(m_pConf->parent, "ForcePersistence", "true") != nullptr && !m_Silence.HadNoMemory();
 }
 
 xmlNode* OnvifSetRequest::Add(xmlNode* pParent, const char* pName, const std::string& strText) {

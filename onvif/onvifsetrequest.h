@@ -10,7 +10,8 @@
 /// A Set request that is built by walking the camera's present configuration.
 ///
 /// Elements of the common schema carry it as their default namespace; the elements inside them carry nothing and
-/// inherit it. Every writer returns false (or null) when libxml2 refuses.
+/// inherit it. Every writer returns false (or null) when libxml2 refuses. While one lives, libxml2 is silent in its
+/// thread.
 class OnvifSetRequest {
  public:
   explicit OnvifSetRequest(OnvifServiceBase& service) : m_Service(service) {}
@@ -22,7 +23,8 @@ class OnvifSetRequest {
   /// Adds the element "Configuration" with its token. `Conf` is there only after this.
   bool AddConfiguration(const std::string& strToken);
 
-  /// Adds what ends every Set request.
+  /// Adds what ends every Set request. False also when memory ran out on the way, for then the request may lack any of
+  /// its parts: it must not be sent.
   bool AddForcePersistence();
 
   xmlNode* Conf() const { return m_pConf; }
@@ -42,6 +44,7 @@ class OnvifSetRequest {
   bool AddMulticast(const xmlNode* pSource);
 
  private:
+  const XmlSilence m_Silence;
   OnvifServiceBase& m_Service;
   XmlDoc m_pDoc;
   std::string m_strOperation;
