@@ -13,18 +13,21 @@ namespace {
 
 std::atomic<long> g_outstanding{0};
 thread_local int t_uncounted = 0;
+thread_local FailurePoint t_failure;
 
 void Count(long change) {
   if (t_uncounted == 0) g_outstanding += change;
 }
 
 void* CountingMalloc(std::size_t size) {
+  if (t_failure.NextFails()) return nullptr;
   void* block = std::malloc(size);
   if (block != nullptr) Count(1);
   return block;
 }
 
 void* CountingRealloc(void* block, std::size_t size) {
+  if (t_failure.NextFails()) return nullptr;
   void* grown = std::realloc(block, size);
   if (block == nullptr && grown != nullptr) Count(1);
   return grown;
@@ -79,6 +82,18 @@ UncountedXml::UncountedXml() {
 UncountedXml::~UncountedXml() {
   if (t_uncounted == 1) xmlResetLastError();
   --t_uncounted;
+}
+
+FailingXmlMemory::FailingXmlMemory(long nth, Failing which) {
+  t_failure.Arm(nth, which);
+}
+
+FailingXmlMemory::~FailingXmlMemory() {
+  t_failure.Disarm();
+}
+
+bool FailingXmlMemory::Struck() const {
+  return t_failure.HasStruck();
 }
 
 }  // namespace testsupport

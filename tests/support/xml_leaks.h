@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/support/failure_point.h"
+
 namespace testsupport {
 
 /// Puts counting allocators under libxml2. Call once, before anything else of libxml2.
@@ -20,6 +22,18 @@ class UncountedXml {
   ~UncountedXml();
   UncountedXml(const UncountedXml&) = delete;
   UncountedXml& operator=(const UncountedXml&) = delete;
+};
+
+/// While one lives, libxml2 gets no memory in this thread: the nth time that it asks, from 1, or from there on.
+class FailingXmlMemory {
+ public:
+  FailingXmlMemory(long nth, Failing which);
+  ~FailingXmlMemory();
+  FailingXmlMemory(const FailingXmlMemory&) = delete;
+  FailingXmlMemory& operator=(const FailingXmlMemory&) = delete;
+
+  /// Whether libxml2 has asked that often.
+  bool Struck() const;
 };
 
 }  // namespace testsupport

@@ -62,6 +62,35 @@ TEST(XmlLeaks, ErrorThatLibxmlRemembersIsNotALeak) {
   EXPECT_EQ(OutstandingXmlAllocations(), before);
 }
 
+TEST(FailingXmlMemory, OnlyTheNthAllocationFailsAndThereAreNoneAfterItsEnd) {
+  const long before = OutstandingXmlAllocations();
+  std::array<void*, 3> blocks{};
+  {
+    const FailingXmlMemory failing(2, Failing::kOnlyTheNth);
+    blocks[0] = xmlMalloc(1);
+    EXPECT_FALSE(failing.Struck());
+    blocks[1] = xmlMalloc(1);
+    EXPECT_TRUE(failing.Struck());
+    blocks[2] = xmlMemStrdup("text");
+  }
+  EXPECT_NE(blocks[0], nullptr);
+  EXPECT_EQ(blocks[1], nullptr);
+  EXPECT_NE(blocks[2], nullptr);
+  for (void* block : blocks) xmlFree(block);
+  EXPECT_EQ(OutstandingXmlAllocations(), before);
+}
+
+TEST(FailingXmlMemory, EveryAllocationFromTheNthFailsInThisThreadAlone) {
+  const FailingXmlMemory failing(1, Failing::kAllFromTheNth);
+  EXPECT_EQ(xmlMalloc(1), nullptr);
+  EXPECT_EQ(xmlRealloc(nullptr, 1), nullptr);
+  EXPECT_EQ(xmlMemStrdup("text"), nullptr);
+  void* other = nullptr;
+  std::thread([&other] { other = xmlMalloc(1); }).join();
+  EXPECT_NE(other, nullptr);
+  xmlFree(other);
+}
+
 TEST(XmlLeaks, UncountedDocumentIsNotCounted) {
   const long before = OutstandingXmlAllocations();
   const UncountedXml uncounted;
