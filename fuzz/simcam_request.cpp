@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "fuzz/require.h"
+#include "fuzz/takebyte.h"
 #include "fuzz/targets.h"
 #include "tests/simcam/bench.h"
 
@@ -33,16 +34,6 @@ std::vector<const simcam::Quirk*> AllQuirks() {
     }
   }
   return all;
-}
-
-// Takes the first byte off the input; 0 when there is none.
-std::size_t TakeByte(std::string_view& input) {
-  if (input.empty()) {
-    return 0;
-  }
-  const auto byte = static_cast<unsigned char>(input.front());
-  input.remove_prefix(1);
-  return byte;
 }
 
 void RequireWholeEnvelope(const simcam::SoapAnswer& answer) {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "fuzz/targets.h"
+#include "tests/support/sleep_counter.h"
 
 namespace camapifuzz {
 
@@ -43,6 +44,7 @@ TEST_P(Replay, EveryInputRunsToItsEnd) {
     EXPECT_FALSE(input.empty()) << path;
     SCOPED_TRACE(path);
     GetParam().run(input);
+    testsupport::ClearSleeps();
   }
 }
 
