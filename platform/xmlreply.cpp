@@ -106,6 +106,7 @@ bool IsBadlyEncoded(const xmlError& error) {
 // What the parser met on its way.
 struct FAULTS {
   bool blFatal = false;  // other than badly encoded bytes
+  bool blBadByte = false;
   bool blNoMemory = false;
   bool blEmptyNamespace = false;  // xmlns:a=""
 };
@@ -115,7 +116,7 @@ void NoteFault(void* pContext, xmlErrorPtr pError) {
   FAULTS& faults = *static_cast<FAULTS*>(static_cast<xmlParserCtxt*>(pContext)->_private);
   if (PlatformXmlSilence::IsNoMemory(*pError)) faults.blNoMemory = true;
   if (pError->code == XML_NS_ERR_XML_NAMESPACE) faults.blEmptyNamespace = true;
-  if (pError->level == XML_ERR_FATAL && !IsBadlyEncoded(*pError)) faults.blFatal = true;
+  if (pError->level == XML_ERR_FATAL) (IsBadlyEncoded(*pError) ? faults.blBadByte : faults.blFatal) = true;
 }
 
 // XML_PARSE_RECOVER is here for badly encoded bytes alone; any other fault refuses the document afterwards.
@@ -141,8 +142,9 @@ XML_REPLY ParseUtf8(const std::string& strText) {
   // Not as a block of memory, of which libxml2 would make a copy (and lose parts of that when memory runs out).
   const auto* const pText = reinterpret_cast<const xmlChar*>(strText.c_str());
   OwnedXmlDoc pDoc(xmlCtxtReadDoc(pParser.get(), pText, nullptr, nullptr, k_nParseOptions));
-  // libxml2 takes a namespace for which it gets no memory for an empty one, and drops it.
-  const bool blLostNamespace = faults.blEmptyNamespace && !HoldsEmptyValue(strText);
+  // libxml2 takes a namespace for which it gets no memory, or which begins with a bad byte, for an empty one.
+  const bool blLostNamespace =
+      faults.blEmptyNamespace && !faults.blFatal && !faults.blBadByte && !HoldsEmptyValue(strText);
   // Before the other faults: without memory a good document looks like a bad one.
   if (faults.blNoMemory || silence.HadNoMemory() || blLostNamespace) return Refused(XML_REPLY_RESULT::OutOfMemory);
   if (faults.blFatal || !pDoc) return Refused(XML_REPLY_RESULT::NotXml);
