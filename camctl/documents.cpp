@@ -145,6 +145,8 @@ CameraFile ParseCameraFile(std::string_view json, const std::string& source) {
     for (const auto& [key, value] : document.items()) ReadKey(key, value, source, file);
   } catch (const Json::parse_error& error) {
     Refuse(source, "is no JSON: wrong at byte " + std::to_string(error.byte));
+  } catch (const Json::out_of_range&) {
+    Refuse(source, "holds a number that is too large");
   }
   return file;
 }

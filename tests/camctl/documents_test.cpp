@@ -49,6 +49,7 @@ TEST(ParseCameraFile, NearMissesNameFileKeyAndReason) {
   const NearMiss rows[] = {
       {"", "cam.json: is no JSON: wrong at byte 1"},
       {"{\"host\": }", "cam.json: is no JSON: wrong at byte 10"},
+      {R"({"port": 1e999})", "cam.json: holds a number that is too large"},
       {"[]", "cam.json: must hold one JSON object"},
       {R"({"host": 1})", "cam.json: \"host\" must be a text, write it in quotes"},
       {R"({"port": "80"})", "cam.json: \"port\" must be a number from 1 to 65535, without quotes"},
