@@ -19,6 +19,8 @@ namespace {
 const std::string kPath = "/onvif/a_service_with_a_long_name?and=a_query";
 const std::string kRequest = "<request>longer than a short text</request>";
 constexpr int kTimeout_s = 5;
+constexpr char kUser[] = "a user of some length";
+constexpr char kPassword[] = "a password of some length";
 
 /// What one post brought; the document is freed again.
 struct Posted {
@@ -57,7 +59,7 @@ class PostMemory : public testing::Test {
     m_camera.AnswerAll([](const HttpRequest&) { return Reply::Ok("<answer>good</answer>"); });
   }
 
-  CameraAPI Api() const { return {"127.0.0.1", m_camera.Port(), "user", "password", "", true}; }
+  CameraAPI Api() const { return {"127.0.0.1", m_camera.Port(), kUser, kPassword, "", true}; }
 
   OwnedXmlDoc m_request{xmlReadMemory(kRequest.data(), static_cast<int>(kRequest.size()), nullptr, nullptr, 0)};
   ScriptedCamera m_camera;
@@ -113,12 +115,12 @@ TEST_F(PostMemory, ClientWithoutNewIsOutOfResourcesAndTheNextExchangeIsWhole) {
     bool struck = false;
     {
       const FailingNew failing(nth, which);
-      exchange = client.Post(kPath, kRequest, kTimeout_s);
+      exchange = client.Post(kPath, kRequest, {kUser, kPassword}, kTimeout_s);
       struck = failing.Struck();
     }
     EXPECT_EQ(exchange.eResult, struck ? HTTP_POST_OUT_OF_RESOURCES : HTTP_POST_OK);
     EXPECT_EQ(exchange.pDoc == nullptr, struck);
-    const HTTP_EXCHANGE next = client.Post(kPath, kRequest, kTimeout_s);
+    const HTTP_EXCHANGE next = client.Post(kPath, kRequest, {kUser, kPassword}, kTimeout_s);
     EXPECT_EQ(next.eResult, HTTP_POST_OK);
     EXPECT_EQ(next.strPath, kPath);
     EXPECT_NE(next.pDoc, nullptr);
