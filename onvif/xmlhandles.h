@@ -32,7 +32,8 @@ class XmlSilence {
   ~XmlSilence() {
     xmlSetGenericErrorFunc(m_pGenericContext, m_fnGeneric);
     xmlSetStructuredErrorFunc(m_pStructuredContext, m_fnStructured);
-    if (m_fnStructured == NoteError && m_blNoMemory) static_cast<XmlSilence*>(m_pStructuredContext)->m_blNoMemory = true;
+    if (m_fnStructured == NoteError && m_blNoMemory)
+      static_cast<XmlSilence*>(m_pStructuredContext)->m_blNoMemory = true;
   }
   XmlSilence(const XmlSilence&) = delete;
   XmlSilence& operator=(const XmlSilence&) = delete;
