@@ -18,6 +18,7 @@ namespace testsupport {
 namespace {
 
 constexpr std::string_view kHeaderEnd = "\r\n\r\n";
+constexpr int kDripPauseMs = 100;
 
 void Require(bool succeeded, const char* what) {
   if (!succeeded) throw std::system_error(errno, std::generic_category(), what);
@@ -36,12 +37,14 @@ std::string_view Trim(std::string_view text) {
   return text.substr(first, text.find_last_not_of(" \t") - first + 1);
 }
 
-sockaddr_storage MakeAddress(const std::string& address, socklen_t& length) {
+sockaddr_storage MakeAddress(const std::string& address, std::uint16_t port, socklen_t& length) {
   sockaddr_storage storage{};
   sockaddr_in v4{};
   v4.sin_family = AF_INET;
+  v4.sin_port = htons(port);
   sockaddr_in6 v6{};
   v6.sin6_family = AF_INET6;
+  v6.sin6_port = htons(port);
   if (inet_pton(AF_INET, address.c_str(), &v4.sin_addr) == 1) {
     std::memcpy(&storage, &v4, length = sizeof(v4));
   } else if (inet_pton(AF_INET6, address.c_str(), &v6.sin6_addr) == 1) {
@@ -52,20 +55,28 @@ sockaddr_storage MakeAddress(const std::string& address, socklen_t& length) {
   return storage;
 }
 
-UniqueFd Listen(const std::string& address) {
+/// A socket at the address, port 0: one that the system picks. Several sockets of this program may share the port.
+UniqueFd Bind(const std::string& address, std::uint16_t port) {
   socklen_t length = 0;
-  const sockaddr_storage storage = MakeAddress(address, length);
-  UniqueFd listener(socket(storage.ss_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-  Require(listener.IsOpen(), "socket");
-  Require(bind(listener.Get(), reinterpret_cast<const sockaddr*>(&storage), length) == 0, "bind");
+  const sockaddr_storage storage = MakeAddress(address, port, length);
+  UniqueFd bound(socket(storage.ss_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  Require(bound.IsOpen(), "socket");
+  const int on = 1;
+  Require(setsockopt(bound.Get(), SOL_SOCKET, SO_REUSEPORT, &on, sizeof(on)) == 0, "setsockopt");
+  Require(bind(bound.Get(), reinterpret_cast<const sockaddr*>(&storage), length) == 0, "bind");
+  return bound;
+}
+
+UniqueFd Listen(const std::string& address, std::uint16_t port) {
+  UniqueFd listener = Bind(address, port);
   Require(listen(listener.Get(), SOMAXCONN) == 0, "listen");
   return listener;
 }
 
-std::uint16_t PortOf(const UniqueFd& listener) {
+std::uint16_t PortOf(const UniqueFd& bound) {
   sockaddr_storage storage{};
   socklen_t length = sizeof(storage);
-  Require(getsockname(listener.Get(), reinterpret_cast<sockaddr*>(&storage), &length) == 0, "getsockname");
+  Require(getsockname(bound.Get(), reinterpret_cast<sockaddr*>(&storage), &length) == 0, "getsockname");
   // The port stands at the same place in both families.
   sockaddr_in address{};
   std::memcpy(&address, &storage, sizeof(address));
@@ -140,13 +151,21 @@ Reply Reply::Stall() {
 Reply Reply::StallAfter(std::string_view bytes) {
   return {std::string(bytes), End::kStall};
 }
+Reply Reply::Drip(std::string_view bytes) {
+  return {std::string(bytes), End::kDrip};
+}
 Reply Reply::ThenClose() const {
   return {bytes, End::kClose};
 }
 
 ScriptedCamera::ScriptedCamera(const std::string& address)
-    : m_listener(Listen(address)), m_stop(eventfd(0, EFD_CLOEXEC)), m_port(PortOf(m_listener)) {
-  Require(m_stop.IsOpen(), "eventfd");
+    : m_address(address),
+      m_reserved(Bind(address, 0)),
+      m_port(PortOf(m_reserved)),
+      m_listener(Listen(address, m_port)),
+      m_stop(eventfd(0, EFD_CLOEXEC)),
+      m_wake(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+  Require(m_stop.IsOpen() && m_wake.IsOpen(), "eventfd");
   m_thread = std::thread([this] { Serve(); });
 }
 
@@ -163,6 +182,17 @@ void ScriptedCamera::Answer(Reply reply) {
 void ScriptedCamera::AnswerAll(Answerer answerer) {
   const std::lock_guard lock(m_mutex);
   m_answerer = std::move(answerer);
+}
+
+void ScriptedCamera::SetDoor(Door door) {
+  if (std::this_thread::get_id() == m_thread.get_id()) {
+    ApplyDoor(door);
+    return;
+  }
+  std::unique_lock lock(m_mutex);
+  m_wantedDoor = door;
+  eventfd_write(m_wake.Get(), 1);
+  m_doorTurned.wait(lock, [this] { return !m_wantedDoor; });
 }
 
 std::vector<HttpRequest> ScriptedCamera::Requests() const {
@@ -187,17 +217,53 @@ int ScriptedCamera::Unused() const {
 
 void ScriptedCamera::Serve() {
   while (true) {
-    std::vector<pollfd> polled{{m_stop.Get(), POLLIN, 0}, {m_listener.Get(), POLLIN, 0}};
+    std::vector<pollfd> polled{
+        {m_stop.Get(), POLLIN, 0}, {m_listener.Get(), POLLIN, 0}, {m_wake.Get(), POLLIN, 0}};  // -1 is passed over
+    const std::size_t fixed = polled.size();
     for (const Connection& connection : m_connections) polled.push_back({connection.socket.Get(), POLLIN, 0});
-    poll(polled.data(), polled.size(), -1);
+    const int ready = poll(polled.data(), polled.size(), Drips() ? kDripPauseMs : -1);
     if (polled[0].revents != 0) return;
+    if (ready == 0) DripAll();
     std::vector<Connection> kept;
     for (std::size_t i = 0; i < m_connections.size(); ++i) {
-      if (polled[i + 2].revents == 0 || Receive(m_connections[i])) kept.push_back(std::move(m_connections[i]));
+      if (polled[i + fixed].revents == 0 || Receive(m_connections[i])) kept.push_back(std::move(m_connections[i]));
     }
     m_connections = std::move(kept);
     if (polled[1].revents != 0) Accept();
+    if (polled[2].revents != 0) TurnDoor();
   }
+}
+
+bool ScriptedCamera::Drips() const {
+  return std::any_of(m_connections.begin(), m_connections.end(),
+                     [](const Connection& connection) { return !connection.drip.empty(); });
+}
+
+void ScriptedCamera::DripAll() {
+  for (Connection& connection : m_connections) {
+    if (connection.drip.empty()) continue;
+    send(connection.socket.Get(), connection.drip.data(), 1, MSG_NOSIGNAL);
+    connection.drip.erase(0, 1);
+  }
+}
+
+void ScriptedCamera::TurnDoor() {
+  eventfd_t count = 0;
+  eventfd_read(m_wake.Get(), &count);
+  const std::lock_guard lock(m_mutex);
+  if (!m_wantedDoor) return;
+  ApplyDoor(*m_wantedDoor);
+  m_wantedDoor.reset();
+  m_doorTurned.notify_all();
+}
+
+void ScriptedCamera::ApplyDoor(Door door) {
+  if (door == Door::kClosed) {
+    m_listener = UniqueFd();
+  } else if (!m_listener.IsOpen()) {
+    m_listener = Listen(m_address, m_port);
+  }
+  m_door = door;
 }
 
 void ScriptedCamera::Accept() {
@@ -205,7 +271,11 @@ void ScriptedCamera::Accept() {
   if (!socket.IsOpen()) return;
   const std::lock_guard lock(m_mutex);
   ++m_accepted;
-  m_connections.push_back({std::move(socket), {}, false});
+  if (m_door == Door::kResets) {
+    ResetOnClose(socket.Get());
+    return;
+  }
+  m_connections.push_back({std::move(socket), {}, false, {}});
 }
 
 /// False when the connection is over.
@@ -246,10 +316,14 @@ Reply ScriptedCamera::NextReply(const HttpRequest& request) {
 
 bool ScriptedCamera::Play(Connection& connection, const Reply& reply) {
   const int socket = connection.socket.Get();
-  if (!Send(socket, reply.bytes)) return false;
+  if (reply.end == Reply::End::kDrip) {
+    connection.drip = reply.bytes;
+  } else if (!Send(socket, reply.bytes)) {
+    return false;
+  }
   if (reply.end == Reply::End::kReset) ResetOnClose(socket);
-  connection.stalled = reply.end == Reply::End::kStall;
-  return reply.end == Reply::End::kKeepOpen || reply.end == Reply::End::kStall;
+  connection.stalled = reply.end == Reply::End::kStall || reply.end == Reply::End::kDrip;
+  return reply.end == Reply::End::kKeepOpen || connection.stalled;
 }
 
 /// False when the client, or the camera, went before all was sent.

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -27,7 +29,7 @@ struct HttpRequest {
 
 /// What the camera does with one request: which bytes it sends and what becomes of the connection then.
 struct Reply {
-  enum class End { kKeepOpen, kClose, kReset, kStall };
+  enum class End { kKeepOpen, kClose, kReset, kStall, kDrip };
 
   std::string bytes;
   End end = End::kKeepOpen;
@@ -49,6 +51,9 @@ struct Reply {
   /// These bytes, then nothing more.
   static Reply StallAfter(std::string_view bytes);
 
+  /// These bytes, one every tenth of a second at most; no second answer comes on the connection.
+  static Reply Drip(std::string_view bytes);
+
   /// The same answer, and the connection is closed behind it, unannounced.
   Reply ThenClose() const;
 };
@@ -60,6 +65,13 @@ struct Reply {
 class ScriptedCamera {
  public:
   using Answerer = std::function<Reply(const HttpRequest&)>;
+
+  /// What becomes of a client that connects.
+  enum class Door {
+    kOpen,
+    kResets,  // the connection is made, and reset before a byte
+    kClosed,  // nobody listens; the port stays the camera's
+  };
 
   /// `address` is an IPv4 or IPv6 literal; throws std::system_error when it cannot listen there.
   explicit ScriptedCamera(const std::string& address = "127.0.0.1");
@@ -73,6 +85,9 @@ class ScriptedCamera {
   void Answer(Reply reply);
   /// Answers every request that the script has no answer (left) for. Called in the camera's thread.
   void AnswerAll(Answerer answerer);
+
+  /// For the clients that connect from now on; connections that are there stay. Also from within an Answerer.
+  void SetDoor(Door door);
 
   /// Requests received whole, oldest first; a request is here before its answer is sent.
   std::vector<HttpRequest> Requests() const;
@@ -88,9 +103,14 @@ class ScriptedCamera {
     UniqueFd socket;
     std::string input;
     bool stalled = false;
+    std::string drip = {};  // what is left to be sent byte by byte
   };
 
   void Serve();
+  bool Drips() const;
+  void DripAll();
+  void TurnDoor();
+  void ApplyDoor(Door door);
   void Accept();
   bool Receive(Connection& connection);
   bool AnswerPending(Connection& connection);
@@ -98,16 +118,22 @@ class ScriptedCamera {
   bool Play(Connection& connection, const Reply& reply);
   bool Send(int socket, std::string_view bytes);
 
+  const std::string m_address;
+  UniqueFd m_reserved;  // holds the port while nobody listens
+  const std::uint16_t m_port;
   UniqueFd m_listener;
   UniqueFd m_stop;
-  std::uint16_t m_port = 0;
+  UniqueFd m_wake;
   mutable std::mutex m_mutex;
+  std::condition_variable m_doorTurned;
+  std::optional<Door> m_wantedDoor;  // until the camera's thread has turned to it
   std::deque<Reply> m_script;
   Answerer m_answerer;
   std::vector<HttpRequest> m_requests;
   int m_accepted = 0;
   int m_unexpected = 0;
-  std::vector<Connection> m_connections;  // the thread's own
+  Door m_door = Door::kOpen;  // this and the next are the thread's own
+  std::vector<Connection> m_connections;
   std::thread m_thread;
 };
 

@@ -53,6 +53,9 @@ class RawClient {
     return text;
   }
 
+  /// What comes next, at most `size` bytes; their number.
+  ssize_t Receive(char* buffer, std::size_t size) { return recv(m_socket.Get(), buffer, size, 0); }
+
   /// Whether bytes or an end of the connection are there within a tenth of a second.
   bool HearsSomething() {
     pollfd polled{m_socket.Get(), POLLIN, 0};
@@ -182,6 +185,50 @@ TEST(ScriptedCamera, GarbageIsARequestToo) {
   camera.Answer(Reply::Close());
   EXPECT_EQ(AnswerTo(camera, "\r\n\r\n"), "");
   EXPECT_EQ(camera.Requests().at(0).method, "");
+}
+
+TEST(ScriptedCamera, BytesDripOneByOne) {
+  ScriptedCamera camera;
+  camera.Answer(Reply::Drip("abc"));
+  RawClient client(camera.Port());
+  client.Send(kGet);
+  std::array<char, 8> buffer;
+  std::string text;
+  for (int bytes = 0; bytes < 3; ++bytes) {
+    ASSERT_EQ(client.Receive(buffer.data(), buffer.size()), 1);
+    text += buffer[0];
+  }
+  EXPECT_EQ(text, "abc");
+}
+
+TEST(ScriptedCamera, BehindAClosedDoorNobodyListensUntilItOpens) {
+  ScriptedCamera camera;
+  camera.AnswerAll([](const HttpRequest&) { return Reply::Raw("here"); });
+  RawClient inside(camera.Port());
+  camera.SetDoor(ScriptedCamera::Door::kClosed);
+  EXPECT_THROW(RawClient(camera.Port()), std::system_error);
+  inside.Send(kGet);
+  EXPECT_EQ(inside.ReadToEnd(), "here");
+  camera.SetDoor(ScriptedCamera::Door::kOpen);
+  EXPECT_EQ(AnswerTo(camera, kGet), "here");
+  EXPECT_EQ(camera.Connections(), 2);
+}
+
+TEST(ScriptedCamera, ResettingDoorLetsNobodyIn) {
+  ScriptedCamera camera;
+  camera.SetDoor(ScriptedCamera::Door::kResets);
+  EXPECT_EQ(RawClient(camera.Port()).ReadToEnd(), kReset);
+  EXPECT_EQ(camera.Requests().size(), 0u);
+}
+
+TEST(ScriptedCamera, AnswererMayCloseTheDoor) {
+  ScriptedCamera camera;
+  camera.AnswerAll([&camera](const HttpRequest&) {
+    camera.SetDoor(ScriptedCamera::Door::kClosed);
+    return Reply::Raw("the last");
+  });
+  EXPECT_EQ(AnswerTo(camera, kGet), "the last");
+  EXPECT_THROW(RawClient(camera.Port()), std::system_error);
 }
 
 TEST(ScriptedCamera, WrongAddressIsRefused) {
