@@ -1,7 +1,7 @@
-# camapi_add_test(NAME SOURCES ... LIBRARIES ... [LABELS ...] [STREAMING])
+# camapi_add_test(NAME SOURCES ... LIBRARIES ... [LABELS ...] [TIMEOUT SECONDS] [STREAMING])
 # A GoogleTest program with the common main of tests/support, one CTest entry per TEST. The tests are found when
 # CTest starts, not while building, so that a program that cannot run fails the run and not the build.
-# LABELS defaults to the folder's name. `sleep` is replaced at link level: link static libraries, because a shared
+# LABELS defaults to the folder's name, TIMEOUT, which each TEST has for itself, to 120. `sleep` is replaced at link level: link static libraries, because a shared
 # one keeps its own `sleep`. STREAMING: the program uses GStreamer.
 #
 # The tests themselves are compiled without optimisation and without sanitizers, and share the precompiled headers of
@@ -20,12 +20,15 @@ endif()
 set(camapi_streaming_environment "ASAN_OPTIONS=fast_unwind_on_malloc=0:malloc_context_size=12")
 
 function(camapi_add_test name)
-  cmake_parse_arguments(TEST "STREAMING" "" "SOURCES;LIBRARIES;LABELS" ${ARGN})
+  cmake_parse_arguments(TEST "STREAMING" "TIMEOUT" "SOURCES;LIBRARIES;LABELS" ${ARGN})
   if(TEST_UNPARSED_ARGUMENTS OR NOT TEST_SOURCES)
     message(FATAL_ERROR "camapi_add_test(${name}): SOURCES are missing or unknown arguments: ${TEST_UNPARSED_ARGUMENTS}")
   endif()
   if(NOT TEST_LABELS)
     get_filename_component(TEST_LABELS "${CMAKE_CURRENT_SOURCE_DIR}" NAME)
+  endif()
+  if(NOT TEST_TIMEOUT)
+    set(TEST_TIMEOUT 120)
   endif()
   add_executable(${name} ${TEST_SOURCES})
   target_link_libraries(${name} PRIVATE ${TEST_LIBRARIES} testsupport camapi-settings)
@@ -39,7 +42,7 @@ function(camapi_add_test name)
   target_link_options(${name} PRIVATE "LINKER:--wrap=sleep")
   # Beside the tree's programs, but not among them.
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests-bin")
-  set(properties TIMEOUT 120 LABELS "${TEST_LABELS}")
+  set(properties TIMEOUT ${TEST_TIMEOUT} LABELS "${TEST_LABELS}")
   if(TEST_STREAMING)
     list(APPEND properties ENVIRONMENT "${camapi_streaming_environment}")
   endif()
