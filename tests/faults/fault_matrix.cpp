@@ -46,13 +46,6 @@ struct Pair {
   ONVIFAPI driver;
 };
 
-const Exception* FindException(const Case& planned) {
-  for (const Exception& exception : planned.rule->exceptions) {
-    if (fnmatch(exception.pattern, planned.fault->name.c_str(), 0) == 0) return &exception;
-  }
-  return nullptr;
-}
-
 std::string NameOf(const ServerOperation& operation, const Case& planned) {
   return std::string(operation.name) + ", request " + std::to_string(planned.nth) + " (" + planned.rule->request +
          "), " + planned.fault->name + (planned.lasting == Lasting::kFromNow ? ", from then on" : "");
@@ -71,7 +64,7 @@ std::string RunCase(const ServerOperation& operation, const GoodRun& good, const
     wrong << " result " << spoiled.result << " in place of " << ExpectedResult(planned) << ";";
   }
   // Five tries of each request, and what a longer way round asks for.
-  const std::size_t most = 5 * good.exchanges.size() + 20;
+  const std::size_t most = 5 * good.exchanges.size() + 30;
   if (asked.size() > most) wrong << " " << asked.size() << " requests;";
   const std::chrono::seconds waited(planned.fault->isSilent ? kSilentDeadlineSeconds * asked.size() : 0);
   if (passed > waited + kSpareTime) {
@@ -99,7 +92,7 @@ GoodRun RunWell(const ServerOperation& operation) {
   return good;
 }
 
-std::vector<Case> PlanCases(const ServerOperation& operation, const GoodRun& good) {
+std::vector<Case> PlanCases(const ServerOperation& operation, const GoodRun& good, std::size_t step) {
   std::vector<Case> cases;
   int nth = 0;
   const auto add = [&](const Rule& rule, const Fault& fault, Lasting lasting) {
@@ -116,11 +109,18 @@ std::vector<Case> PlanCases(const ServerOperation& operation, const GoodRun& goo
         if (!isDoor && !(isStale && nth == 1)) add(rule, fault, Lasting::kOnce);
         if (fails) add(rule, fault, Lasting::kFromNow);
       }
-      for (const Fault& fault : CutFaults(body, kCutStep * kThinning)) add(rule, fault, Lasting::kOnce);
-      for (const Fault& fault : ElementFaults(body, kThinning)) add(rule, fault, Lasting::kOnce);
+      for (const Fault& fault : CutFaults(body, kCutStep * step)) add(rule, fault, Lasting::kOnce);
+      for (const Fault& fault : ElementFaults(body, step)) add(rule, fault, Lasting::kOnce);
     }
   }
   return cases;
+}
+
+const Exception* FindException(const Case& planned) {
+  for (const Exception& exception : planned.rule->exceptions) {
+    if (fnmatch(exception.pattern, planned.fault->name.c_str(), 0) == 0) return &exception;
+  }
+  return nullptr;
 }
 
 int ExpectedResult(const Case& planned) {

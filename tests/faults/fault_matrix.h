@@ -9,13 +9,6 @@
 
 namespace faults {
 
-/// Of the places where an answer is cut, and of its elements, every so manieth is spoiled.
-#ifdef CAMAPI_SANITIZED
-inline constexpr std::size_t kThinning = 3;
-#else
-inline constexpr std::size_t kThinning = 1;
-#endif
-
 /// One fault at one request of an operation.
 struct Case {
   int nth;  // number of the request, from 1
@@ -38,8 +31,12 @@ struct GoodRun {
 
 GoodRun RunWell(const ServerOperation& operation);
 
-/// Every fault of every request. The rules and the good run must fit, see RunWell.
-std::vector<Case> PlanCases(const ServerOperation& operation, const GoodRun& good);
+/// Every fault of every request; of the places where an answer is cut, and of its elements, every `step`th. The rules
+/// must be those of the good run.
+std::vector<Case> PlanCases(const ServerOperation& operation, const GoodRun& good, std::size_t step);
+
+/// The exception of its rule that fits the fault, or null.
+const Exception* FindException(const Case& planned);
 
 /// The results that the rules ask for: of the call that meets the fault, and of the one after it.
 int ExpectedResult(const Case& planned);

@@ -77,10 +77,12 @@ int GetPresets(ONVIFAPI& driver, std::string& output) {
 }
 
 /// A preset that is not the server's, and the server's number 1.
-void PutPresets(simcam::CameraState& state) {
-  state.UsePtz("profile_1", [](simcam::PtzTarget& target) {
-    target.unit.presets = {{"preset_1", "Entrance", {}}, {"preset_2", "QARN1", {}}};
-  });
+std::function<void(simcam::CameraState&)> PutPresets(const std::string& profile) {
+  return [profile](simcam::CameraState& state) {
+    state.UsePtz(profile, [](simcam::PtzTarget& target) {
+      target.unit.presets = {{"preset_1", "Entrance", {}}, {"preset_2", "QARN1", {}}};
+    });
+  };
 }
 
 /// What an earlier connection test may have left.
@@ -91,16 +93,18 @@ void PutScratchProfile(simcam::CameraState& state) {
   state.CreateProfile("QarnTestProfile", {});
 }
 
+/// The first step of a capability report. Without the media path, the next request goes nowhere.
+const Rule kEntries{"GetCapabilities",
+                    1,
+                    kHandedOn,
+                    kHandedOn,
+                    4,
+                    {{"missing */Capabilities", 4}, {"missing */Capabilities/Media", 4}, {"missing */Media/XAddr", 4}}};
+
 /// The steps of a capability report on a camera with four encoder configurations and PTZ.
 std::vector<Rule> ReportRules() {
   return {
-      // Without the media path, the next request goes nowhere.
-      {"GetCapabilities",
-       1,
-       kHandedOn,
-       kHandedOn,
-       4,
-       {{"missing */Capabilities", 4}, {"missing */Capabilities/Media", 4}, {"missing */Media/XAddr", 4}}},
+      kEntries,
       {"GetProfiles", 1, kHandedOn, kHandedOn},
       // Without them, the options of all encoders are asked for.
       {"GetVideoEncoderConfigurations", 1, kSucceeds, kFails},
@@ -115,6 +119,21 @@ std::vector<Rule> ReportRules() {
       {"GetConfigurations", 1, kSucceeds, kSucceeds},
       {"GetConfigurationOptions", 1, kSucceeds, kSucceeds},
       {"GetNodes", 1, kSucceeds, kSucceeds},
+  };
+}
+
+/// The same on a camera that cannot list its encoder configurations, and has no PTZ.
+std::vector<Rule> OldStyleReportRules() {
+  return {
+      kEntries,
+      {"GetProfiles", 1, kHandedOn, kHandedOn},
+      {"GetVideoEncoderConfigurations", 1, kSucceeds, kFails},
+      {"GetVideoEncoderConfigurationOptions", 1, kFails, kFails},
+      {"GetVideoSourceConfigurations", 1, kSucceeds, kHandedOn},
+      {"GetGuaranteedNumberOfVideoEncoderInstances", 1, kSucceeds, kHandedOn},
+      {"GetAudioEncoderConfigurationOptions", 1, kSucceeds, kHandedOn},
+      {"GetDeviceInformation", 1, kHandedOn, kHandedOn},
+      {"GetNetworkInterfaces", 1, kHandedOn, kHandedOn},
   };
 }
 
@@ -140,6 +159,7 @@ std::vector<ServerOperation> IdentityOperations() {
        GetDeviceInfo,
        {{"GetDeviceInformation", 1, kHandedOn, kHandedOn}, {"GetNetworkInterfaces", 1, kHandedOn, kHandedOn}}},
       {"GetCapability", kDome, "profile_1,profile_2", GetCapability, ReportRules()},
+      {"GetCapabilityOldStyle", "old-style", "pr_a,pr_b", GetCapability, OldStyleReportRules()},
   };
 }
 
@@ -194,31 +214,39 @@ std::vector<ServerOperation> PresetOperations() {
          {{"doubled GetPresetsResponse", 1}, {"doubled GetPresetsResponse/Preset#1", 1}}},
         findForeign,
         {"RemovePreset", 1, kFails, kFails}},
-       PutPresets},
+       PutPresets("profile_1")},
       {"SetPreset",
        kDome,
        "profile_1",
        Silent([](ONVIFAPI& driver) { return driver.SetPreset(7, "Gate"); }),
        {{"SetPreset", 1, kFails, kFails}},
-       PutPresets},
+       PutPresets("profile_1")},
       {"DelPreset",
        kDome,
        "profile_1",
        Silent([](ONVIFAPI& driver) { return driver.DelPreset(1, ""); }),
        {findOwn, {"RemovePreset", 1, kFails, kFails}},
-       PutPresets},
+       PutPresets("profile_1")},
       {"DelPresetByName",
        kDome,
        "profile_1",
        Silent([](ONVIFAPI& driver) { return driver.DelPreset(-1, "Entrance"); }),
        {findForeign, {"RemovePreset", 1, kFails, kFails}},
-       PutPresets},
+       PutPresets("profile_1")},
+      // Version 1.0 names the element differently.
+      {"DelPresetOfVersion10",
+       "legacy-1-0",
+       "stream0",
+       Silent([](ONVIFAPI& driver) { return driver.DelPreset(1, ""); }),
+       {{"GetPresets", 1, kFails, kFails, 1, {{"missing */PTZPreset#2", 1}, {"missing */PTZPreset#2/Name", 1}}},
+        {"RemovePreset", 1, kFails, kFails}},
+       PutPresets("stream0")},
       {"LensPreset",
        kDome,
        "profile_1",
        Silent([](ONVIFAPI& driver) { return driver.LensPreset(1, ""); }),
        {findOwn, {"GotoPreset", 1, kFails, kFails}},
-       PutPresets},
+       PutPresets("profile_1")},
   };
 }
 

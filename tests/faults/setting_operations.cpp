@@ -84,6 +84,19 @@ ServerOperation OtherRates() {
           SetStreams(kH264, {"1920x1080", "20", "3"}, {"640x360", "10", "1"}), rules};
 }
 
+ServerOperation OtherRatesOldStyle() {
+  const Stream rates{"704x576", "20", "2"};
+  return {"SetStmProfileOldStyle",
+          "old-style",
+          "pr_a",
+          SetStreams(kH264, rates, rates),
+          {{"GetProfile", 1, kFails, kFails, 0, {kWithoutEncoder}},
+           // The camera refuses this one always, and the profiles have the same.
+           {"GetVideoEncoderConfiguration", 1, kSucceeds, kFails},
+           {"GetProfiles", 1, kSucceeds, kFails},
+           {"SetVideoEncoderConfiguration", 1, kSucceeds, kFails}}};
+}
+
 ServerOperation OtherProfile() {
   const Stream jpeg{"1280x720", "", ""};
   const Rule fails{"GetProfile", 1, kFails, kFails};
@@ -167,6 +180,29 @@ ServerOperation OtherSound() {
 }
 
 ServerOperation NewSound() {
+  // The camera does not take a bit rate, or a sample rate, that is empty or no number ...
+  const Rule options{"GetAudioEncoderConfigurationOptions",
+                     1,
+                     kFails,
+                     kFails,
+                     0,
+                     {{"missing */Options#2/BitrateList", 1},
+                      {"missing */Options#2/SampleRateList*", 1},
+                      {"text for number */Options#2/BitrateList/Items#1", 1},
+                      {"text for number */Options#2/SampleRateList/Items", 1}}};
+  // ... nor a configuration that lacks an element, and it gets only those that it told. A request that cannot be built
+  // at all counts as sent.
+  Rule current{"GetProfiles", 1, kFails, kFails};
+  for (const char* pattern : {"missing */Profiles#1/AudioEncoderConfiguration/Name",
+                              "missing */Profiles#1/AudioEncoderConfiguration/UseCount",
+                              "missing */Profiles#1/AudioEncoderConfiguration/Encoding",
+                              "missing */Profiles#1/AudioEncoderConfiguration/Bitrate",
+                              "missing */Profiles#1/AudioEncoderConfiguration/SampleRate",
+                              "missing */Profiles#1/AudioEncoderConfiguration/Multicast",
+                              "missing */Profiles#1/AudioEncoderConfiguration/SessionTimeout",
+                              "text for number */Profiles#1/AudioEncoderConfiguration/Multicast/Port"}) {
+    current.exceptions.push_back({pattern, 1});
+  }
   return {"SetAudioRetunesEncoder",
           "ptz-dome",
           "profile_1",
@@ -174,9 +210,8 @@ ServerOperation NewSound() {
           {{"GetProfile", 1, kFails, kFails},
            {"GetAudioEncoderConfigurations", 1, kSucceeds, kFails},
            {"GetAudioEncoderConfigurations", 1, kFails, kFails, 1},
-           {"GetAudioEncoderConfigurationOptions", 1, kFails, kFails},
-           // A request that cannot be built counts as sent.
-           {"GetProfiles", 1, kFails, kFails},
+           options,
+           current,
            {"SetAudioEncoderConfiguration", 1, kFails, kFails},
            {"AddAudioEncoderConfiguration", 1, kFails, kFails}}};
 }
@@ -197,7 +232,7 @@ ServerOperation BindsSource() {
 }  // namespace
 
 std::vector<ServerOperation> StreamOperations() {
-  return {AsSet(), OtherRates(), OtherProfile(), OtherEncoder(), BindsPtz(), NewLiveProfile()};
+  return {AsSet(), OtherRates(), OtherRatesOldStyle(), OtherProfile(), OtherEncoder(), BindsPtz(), NewLiveProfile()};
 }
 
 std::vector<ServerOperation> AudioOperations() {
