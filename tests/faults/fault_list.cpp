@@ -1,5 +1,6 @@
 // Faults that do not look into an answer.
 
+#include <memory>
 #include <regex>
 
 #include "platform/httplimits.h"
@@ -23,7 +24,8 @@ std::string Repeated(const std::string& text, std::size_t times) {
 }
 
 Fault Fixed(std::string name, FaultClass kind, const Reply& reply) {
-  return {std::move(name), kind, [reply](const Reply&) { return reply; }};
+  // Shared by the copies of the fault: some of them are large.
+  return {std::move(name), kind, [shared = std::make_shared<const Reply>(reply)](const Reply&) { return *shared; }};
 }
 
 /// The good answer with another text in its body. The camera has done what it was asked for.

@@ -78,35 +78,44 @@ std::string NameOf(const ServerOperation& operation, const Case& planned) {
          "), " + planned.fault->name + (planned.lasting == Lasting::kFromNow ? ", from then on" : "");
 }
 
-/// What was not as it should be; empty when all was.
-std::string RunCase(const ServerOperation& operation, const GoodRun& good, const Case& planned, Pair& pair) {
-  std::ostringstream wrong;
+/// Most requests of one call: five tries of each, and what a longer way round asks for.
+std::size_t MostRequests(const GoodRun& good) {
+  return 5 * good.exchanges.size() + 30;
+}
+
+/// Most time of a call with so many requests.
+std::chrono::seconds MostTime(const Case& planned, std::size_t requests) {
+  return std::chrono::seconds(planned.fault->isSilent ? kSilentDeadlineSeconds * requests : 0) + kSpareTime;
+}
+
+/// Makes the call that meets the fault, and says what was not as it should be.
+std::string CheckSpoiledCall(const ServerOperation& operation, const GoodRun& good, const Case& planned, Pair& pair) {
+  const std::size_t most = MostRequests(good);
   pair.driver.SetTimeoutCap(planned.fault->isSilent ? kSilentDeadlineSeconds : kDeadlineSeconds);
   pair.camera.Spoil(planned.nth, *planned.fault, planned.lasting);
-  // Five tries of each request, and what a longer way round asks for.
-  const std::size_t most = 5 * good.exchanges.size() + 30;
-  const auto waiting = [&](std::size_t requests) {
-    return std::chrono::seconds(planned.fault->isSilent ? kSilentDeadlineSeconds * requests : 0) + kSpareTime;
-  };
   const Clock::time_point start = Clock::now();
-  Outcome spoiled;
+  Outcome outcome;
   {
-    const Rescue rescue(pair.camera, waiting(most));
-    spoiled = pair.Call(operation);
+    const Rescue rescue(pair.camera, MostTime(planned, most));
+    outcome = pair.Call(operation);
   }
-  const auto passed = Clock::now() - start;
+  const auto passed = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - start);
   const std::size_t asked = pair.camera.Asked().size();
-  if (spoiled.result != ExpectedResult(planned)) {
-    wrong << " result " << spoiled.result << " in place of " << ExpectedResult(planned) << ";";
+  std::ostringstream wrong;
+  if (outcome.result != ExpectedResult(planned)) {
+    wrong << " result " << outcome.result << " in place of " << ExpectedResult(planned) << ";";
   }
   if (asked > most) wrong << " " << asked << " requests;";
-  if (passed > waiting(asked)) {
-    wrong << " took " << std::chrono::duration_cast<std::chrono::seconds>(passed).count() << " s;";
-  }
+  if (passed > MostTime(planned, asked)) wrong << " took " << passed.count() << " s;";
+  return wrong.str();
+}
 
+/// Makes the next call, with good answers.
+std::string CheckNextCall(const ServerOperation& operation, const GoodRun& good, const Case& planned, Pair& pair) {
   pair.driver.SetTimeoutCap(kDeadlineSeconds);
   pair.camera.Recover();
   const Outcome next = pair.Call(operation);
+  std::ostringstream wrong;
   if (next.result != ExpectedNext(planned)) {
     wrong << " the next call: " << next.result << " in place of " << ExpectedNext(planned) << ";";
   } else if (next.result == good.outcome.result && next.output != good.outcome.output) {
@@ -193,7 +202,8 @@ std::vector<std::string> RunCases(const ServerOperation& operation, const GoodRu
     workers.emplace_back([&] {
       for (std::size_t i = 0; (i = taken++) < cases.size();) {
         Pair pair(operation, model, cap);
-        const std::string wrong = RunCase(operation, good, cases[i], pair);
+        std::string wrong = CheckSpoiledCall(operation, good, cases[i], pair);
+        wrong += CheckNextCall(operation, good, cases[i], pair);
         if (wrong.empty()) continue;
         const std::lock_guard lock(mutex);
         failures.push_back(NameOf(operation, cases[i]) + ":" + wrong);

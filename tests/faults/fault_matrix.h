@@ -31,7 +31,7 @@ struct GoodRun {
 
 GoodRun RunWell(const ServerOperation& operation);
 
-/// Every fault of every request; of the places where an answer is cut, and of its elements, every `step`th. The rules
+/// Every fault of every request; of the places where an answer is cut, and of its elements, one in `step`. The rules
 /// must be those of the good run.
 std::vector<Case> PlanCases(const ServerOperation& operation, const GoodRun& good, std::size_t step);
 

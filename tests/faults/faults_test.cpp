@@ -13,7 +13,7 @@ namespace {
 constexpr std::size_t kLeastCases = 5000;
 constexpr std::size_t kMostShown = 25;
 
-/// Of the places where an answer is cut, and of its elements, every so manieth is spoiled.
+/// Of the places where an answer is cut, and of its elements, one in so many is spoiled.
 #ifdef CAMAPI_SANITIZED
 constexpr std::size_t kThinning = 3;
 #else
@@ -34,7 +34,7 @@ std::vector<std::string> OperationsOf(const std::vector<Rule>& rules) {
 
 std::string HowMany(std::size_t cases) {
   return std::to_string(cases) + " cases" +
-         (kThinning == 1 ? "" : " (thinned: of the cuts and the elements every " + std::to_string(kThinning) + "rd)");
+         (kThinning == 1 ? "" : " (thinned: of the cuts and the elements one in " + std::to_string(kThinning) + ")");
 }
 
 std::string NameOfOperation(const testing::TestParamInfo<ServerOperation>& operation) {
