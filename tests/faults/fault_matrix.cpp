@@ -143,6 +143,7 @@ std::vector<Case> PlanCases(const ServerOperation& operation, const GoodRun& goo
   for (const Rule& rule : operation.rules) {
     for (int time = 0; time < rule.times; ++time) {
       const std::string body = BodyOf(good.exchanges.at(static_cast<std::size_t>(nth++)).good);
+      if (static_cast<std::size_t>(time) % step != 0) continue;
       for (const Fault& fault : GeneralFaults()) {
         const bool isDoor = fault.line == Line::kResets || fault.line == Line::kRefused;
         const bool isStale = fault.line == Line::kStale;
