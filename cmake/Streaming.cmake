@@ -13,7 +13,7 @@ elseif(CAMAPI_STREAMING)
 endif()
 
 if(CAMAPI_STREAMING AND PkgConfig_FOUND)
-  set(streaming_modules gstreamer-1.0>=1.22 gstreamer-app-1.0 gstreamer-rtsp-server-1.0)
+  set(streaming_modules gstreamer-1.0>=1.22 gstreamer-app-1.0 gstreamer-rtsp-1.0 gstreamer-rtsp-server-1.0 gio-2.0)
   if(CAMAPI_STREAMING STREQUAL "AUTO")
     pkg_check_modules(gstreamer QUIET IMPORTED_TARGET ${streaming_modules})
   else()

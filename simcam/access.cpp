@@ -139,9 +139,10 @@ DigestChecker& AccessGuard::CheckerFor(const DigestRules& rules) {
   if (found != m_digests.end()) {
     return found->second;
   }
+  TokenChecker::Account account = m_tokens.CurrentAccount();
   return m_digests
-      .try_emplace(key, DigestChecker::Account{m_tokens.User(), m_tokens.Password(), rules.realm}, rules.algorithms,
-                   m_clock)
+      .try_emplace(key, DigestChecker::Account{std::move(account.user), std::move(account.password), rules.realm},
+                   rules.algorithms, m_clock)
       .first->second;
 }
 
@@ -171,6 +172,13 @@ std::string AccessGuard::CountWrong(unsigned triesUntilLock) {
   m_wrongInARow = 0;
   m_lockedUntil = m_clock.SteadyNow() + kLockTime;
   return ", the account is locked now for " + std::to_string(kLockTime.count()) + " seconds";
+}
+
+void AccessGuard::Forget() {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  m_wrongInARow = 0;
+  m_lockedUntil.reset();
+  m_digests.clear();
 }
 
 void AccessGuard::ForgetWrong() {

@@ -95,6 +95,10 @@ class AccessGuard {
   void Check(const Operation& operation, const Caller& caller, std::chrono::system_clock::time_point now,
              const AccessRules& rules);
 
+  // As a camera does that starts anew, or whose account was changed: it knows neither the wrong tries nor the nonces of
+  // HTTP Digest.
+  void Forget();
+
   // All since the camera started: tokens that were not right.
   std::uint64_t WrongTries() const { return m_allWrong; }
 

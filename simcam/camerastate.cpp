@@ -133,6 +133,14 @@ void CameraState::UsePtz(const std::string& profile, const std::function<void(Pt
   use(target);
 }
 
+void CameraState::HaltLenses() {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  const LensAxis::Time now = m_clock.SteadyNow();
+  for (auto& [token, unit] : m_units) {
+    unit.lens.Stop(now, true, true);
+  }
+}
+
 bool CameraState::IsMoving(const std::string& node) const {
   const std::lock_guard<std::mutex> lock(m_mutex);
   const auto unit = m_units.find(node);

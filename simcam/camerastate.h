@@ -82,6 +82,9 @@ class CameraState {
   // Where the lens of a node is now; nothing when the model has no such node.
   std::optional<LensPosition> PositionOf(const std::string& node) const;
 
+  // Stops all lenses where they are.
+  void HaltLenses();
+
   // False when the lens stands still or the model has no such node.
   bool IsMoving(const std::string& node) const;
 

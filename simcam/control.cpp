@@ -1,6 +1,7 @@
 #include "simcam/control.h"
 
 #include <algorithm>
+#include <charconv>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string_view>
@@ -17,6 +18,8 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr std::string_view kQuirkPrefix = "/quirks/";
+constexpr int kMostDown = 600000;            // milliseconds
+constexpr std::size_t kMaxAccountText = 64;  // bytes of a user name or password
 
 // A request that is refused; what() says why.
 class Refused : public std::runtime_error {
@@ -31,6 +34,7 @@ class Refused : public std::runtime_error {
 
 struct Question {
   const Control::Camera& camera;
+  const Control::Actions& actions;
   const HttpRequest& request;
   const Control::Outside& outside;
 };
@@ -138,6 +142,38 @@ Json SwitchOneOff(const Question& question) {
   return OnOnly(question);
 }
 
+// The one line of the body; empty when there are more, or none.
+std::string OneLineOf(const std::string& body) {
+  const std::vector<std::string> lines = LinesOf(body);
+  return lines.size() == 1 ? lines.front() : std::string();
+}
+
+Json Reboot(const Question& question) {
+  const std::string text = OneLineOf(question.request.body);
+  int down = -1;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), down);
+  if (error != std::errc() || end != text.data() + text.size() || down < 0 || down > kMostDown) {
+    throw Refused(400, "give the milliseconds that the camera is gone, 0 to " + std::to_string(kMostDown));
+  }
+  question.actions.reboot(std::chrono::milliseconds(down));
+  return {{"down", down}};
+}
+
+Json Disconnect(const Question& question) {
+  return {{"disconnected", question.actions.disconnect()}};
+}
+
+Json ChangeAccount(const Question& question) {
+  const std::vector<std::string> lines = LinesOf(question.request.body);
+  const auto isTooLong = [](const std::string& line) { return line.size() > kMaxAccountText; };
+  if (lines.size() != 2 || std::any_of(lines.begin(), lines.end(), isTooLong)) {
+    throw Refused(400, "give a user name and, in a second line, a password, each of 1 to " +
+                           std::to_string(kMaxAccountText) + " bytes");
+  }
+  question.actions.changeAccount(lines[0], lines[1]);
+  return {{"user", lines[0]}};
+}
+
 Json DescribeEncoder(const MediaSnapshot& media, const Profile& profile) {
   const auto* const encoder = FindByToken(media.videoEncoders, profile.Binding(ConfigurationKind::VideoEncoder));
   if (encoder == nullptr) {
@@ -201,11 +237,10 @@ struct Route {
   }
 };
 
-constexpr Route kRoutes[] = {{"/camera", false, "GET", DescribeCamera},
-                             {"/quirks", false, "GET", ListQuirks},
-                             {"/quirks", false, "POST", SwitchOn},
-                             {"/quirks", false, "DELETE", SwitchAllOff},
-                             {kQuirkPrefix, true, "DELETE", SwitchOneOff}};
+constexpr Route kRoutes[] = {{"/camera", false, "GET", DescribeCamera},    {"/quirks", false, "GET", ListQuirks},
+                             {"/quirks", false, "POST", SwitchOn},         {"/quirks", false, "DELETE", SwitchAllOff},
+                             {kQuirkPrefix, true, "DELETE", SwitchOneOff}, {"/reboot", false, "POST", Reboot},
+                             {"/disconnect", false, "POST", Disconnect},   {"/account", false, "POST", ChangeAccount}};
 
 HttpAnswer Refuse(int status, const std::string& reason) {
   return JsonAnswer(status, {{"error", reason}});
@@ -219,7 +254,7 @@ HttpAnswer NoRoute(const HttpRequest& request) {
     }
   }
   if (allowed.empty()) {
-    return Refuse(404, "there are /camera, /quirks and /quirks/NAME");
+    return Refuse(404, "there are /camera, /quirks, /quirks/NAME, /reboot, /disconnect and /account");
   }
   HttpAnswer answer = Refuse(405, "here you can " + allowed);
   answer.headers.emplace_back("Allow", allowed);
@@ -233,7 +268,7 @@ HttpAnswer Control::Answer(const HttpRequest& request, const Outside& outside) c
     CheckCaller(request);
     for (const Route& route : kRoutes) {
       if (route.Fits(request.Path()) && request.method == route.method) {
-        return JsonAnswer(200, route.answer({m_camera, request, outside}));
+        return JsonAnswer(200, route.answer({m_camera, m_actions, request, outside}));
       }
     }
   } catch (const Refused& refused) {

@@ -106,6 +106,7 @@ Dispatcher::Dispatcher(const CameraModel& model, CameraState& state, TokenChecke
                        QuirkSet& quirks)
     : m_model(model),
       m_state(state),
+      m_tokens(tokens),
       m_clock(clock),
       m_quirks(quirks),
       m_start(clock.UtcNow()),
@@ -163,6 +164,17 @@ SoapAnswer Dispatcher::AnswerRefusal(const AccessRefusal& refusal, const Refusal
     answer.body = rules.body == RefusalRules::Body::Page ? kRefusalPage : "";
   }
   return answer;
+}
+
+void Dispatcher::Restart() {
+  m_start = m_clock.UtcNow();
+  m_tokens.ForgetNonces();
+  m_guard.Forget();
+}
+
+void Dispatcher::ChangeAccount(TokenChecker::Account account) {
+  m_tokens.ChangeAccount(std::move(account));
+  m_guard.Forget();
 }
 
 CallCounts Dispatcher::Counts() const {

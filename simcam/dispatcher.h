@@ -52,6 +52,13 @@ class Dispatcher {
 
   CallCounts Counts() const;
 
+  // The camera starts anew: its clock begins where it begins (see ClockRules), and it knows no nonce and no wrong try
+  // any more. The counts go on.
+  void Restart();
+
+  // Nobody is let in with what the account before had.
+  void ChangeAccount(TokenChecker::Account account);
+
   // Answers a request that came to `path`. Whatever is wrong with it becomes a fault. The quirks that are switched on
   // for the operation bend the answer; a request without an operation counts as one with an empty name.
   SoapAnswer Answer(std::string_view path, const Endpoint& endpoint, std::string_view body,
@@ -68,9 +75,10 @@ class Dispatcher {
 
   const CameraModel& m_model;
   CameraState& m_state;
+  TokenChecker& m_tokens;
   const Clock& m_clock;
   QuirkSet& m_quirks;
-  const std::chrono::system_clock::time_point m_start;
+  std::atomic<std::chrono::system_clock::time_point> m_start;
   mutable AccessGuard m_guard;
   mutable std::atomic<std::uint64_t> m_requests{0};
   mutable std::atomic<std::uint64_t> m_refused{0};

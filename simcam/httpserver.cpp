@@ -11,6 +11,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <list>
+#include <mutex>
 #include <optional>
 #include <stdexcept>
 #include <utility>
@@ -138,13 +139,14 @@ void KeepMessage(void* destination, const char* format, va_list arguments) {
 
 class HttpServer::Daemon {
  public:
-  Daemon(std::uint16_t port, Handler handler) : m_handler(std::move(handler)) {
+  Daemon(std::uint16_t port, Handler handler, Admission admits)
+      : m_handler(std::move(handler)), m_admits(std::move(admits)) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(port);
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     m_daemon.reset(MHD_start_daemon(MHD_USE_AUTO_INTERNAL_THREAD | MHD_USE_ERROR_LOG | MHD_ALLOW_SUSPEND_RESUME, port,
-                                    nullptr, nullptr, OnRequest, this, MHD_OPTION_EXTERNAL_LOGGER, KeepMessage,
+                                    OnAccept, this, OnRequest, this, MHD_OPTION_EXTERNAL_LOGGER, KeepMessage,
                                     &m_message,                                                   //
                                     MHD_OPTION_SOCK_ADDR, reinterpret_cast<sockaddr*>(&address),  //
                                     MHD_OPTION_CONNECTION_LIMIT, 2 * kMaxOpenConnections,         //
@@ -165,7 +167,21 @@ class HttpServer::Daemon {
 
   std::uint16_t Port() const { return PortOf(m_daemon.get()); }
 
+  // The sockets are only shut down here: the server finds them at their end and closes them.
+  std::size_t DropConnections() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    std::size_t count = 0;
+    for (const Connection& connection : m_connections) {
+      count += connection.socket >= 0 && shutdown(connection.socket, SHUT_RDWR) == 0 ? 1 : 0;
+    }
+    return count;
+  }
+
  private:
+  static MHD_Result OnAccept(void* self, const sockaddr*, socklen_t) {
+    return static_cast<Daemon*>(self)->m_admits() ? MHD_YES : MHD_NO;
+  }
+
   // Called first for each request; what it returns becomes the state of the exchange.
   static void* TakeTarget(void*, const char* target, MHD_Connection*) {
     auto exchange = std::make_unique<Exchange>();
@@ -191,7 +207,7 @@ class HttpServer::Daemon {
   MHD_Result Begin(MHD_Connection* connection, const char* method, Exchange& exchange) {
     Connection& entry = EntryOf(connection);
     Touch(entry);
-    if (entry.dropsNextRequest) {
+    if (entry.dropsNextRequest || !m_admits()) {
       return MHD_NO;
     }
     CallOffIdleClose(entry);
@@ -269,6 +285,7 @@ class HttpServer::Daemon {
   static void OnConnection(void* self, MHD_Connection* connection, void** context,
                            MHD_ConnectionNotificationCode code) {
     auto& connections = static_cast<Daemon*>(self)->m_connections;
+    const std::lock_guard<std::mutex> lock(static_cast<Daemon*>(self)->m_mutex);
     if (code == MHD_CONNECTION_NOTIFY_STARTED) {
       const auto* const info = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD);
       connections.emplace_back();
@@ -283,6 +300,7 @@ class HttpServer::Daemon {
 
   // The most recently used connection stands last.
   void Touch(const Connection& entry) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
     for (auto place = m_connections.begin(); place != m_connections.end(); ++place) {
       if (&*place == &entry) {
         m_connections.splice(m_connections.end(), m_connections, place);
@@ -293,7 +311,7 @@ class HttpServer::Daemon {
 
   // Clients that keep many connections open without asking anything, or without coming to the end of it, must not lock
   // others out: the one that nothing was heard of for the longest time goes. The socket is only shut down here: the
-  // server finds it at its end and closes it.
+  // server finds it at its end and closes it. To be called with the lock held.
   void MakeRoom() {
     if (m_connections.size() <= kMaxOpenConnections) {
       return;
@@ -308,8 +326,10 @@ class HttpServer::Daemon {
   }
 
   const Handler m_handler;
+  const Admission m_admits;
   std::string m_message;
-  Connections m_connections;  // used on the daemon's thread only
+  std::mutex m_mutex;         // of the list and the sockets in it; all else is used on the daemon's thread only
+  Connections m_connections;  // a socket in it is open
   RawSender m_sender;
   std::unique_ptr<MHD_Daemon, DaemonDeleter> m_daemon;  // uses all the others, and ends first
 };
@@ -318,13 +338,17 @@ HttpAnswer PlainAnswer(int status, const std::string& reason) {
   return {status, "text/plain; charset=utf-8", reason + "\n", {}, {}};
 }
 
-HttpServer::HttpServer(std::uint16_t port, Handler handler)
-    : m_daemon(std::make_unique<Daemon>(port, std::move(handler))), m_port(m_daemon->Port()) {}
+HttpServer::HttpServer(std::uint16_t port, Handler handler, Admission admits)
+    : m_daemon(std::make_unique<Daemon>(port, std::move(handler), std::move(admits))), m_port(m_daemon->Port()) {}
 
 HttpServer::~HttpServer() = default;
 
 std::uint16_t HttpServer::Port() const {
   return m_port;
+}
+
+std::size_t HttpServer::DropConnections() {
+  return m_daemon ? m_daemon->DropConnections() : 0;
 }
 
 void HttpServer::Stop() {

@@ -51,14 +51,22 @@ class HttpServer {
   // Called on the server's thread with each whole request.
   using Handler = std::function<HttpAnswer(const HttpRequest& request)>;
 
+  // Asked on the server's thread for each connection and each request: false ends the connection without an answer.
+  using Admission = std::function<bool()>;
+
   // Listens on 127.0.0.1; port 0 lets the system choose. Throws std::runtime_error with the reason.
-  HttpServer(std::uint16_t port, Handler handler);
+  HttpServer(
+      std::uint16_t port, Handler handler, Admission admits = [] { return true; });
   ~HttpServer();
 
   HttpServer(const HttpServer&) = delete;
   HttpServer& operator=(const HttpServer&) = delete;
 
   std::uint16_t Port() const;
+
+  // Ends the connections that there are, also those that wait for an answer; returns how many. Any thread, but not at
+  // the same time as Stop().
+  std::size_t DropConnections();
 
   // Ends all connections. Further calls do nothing.
   void Stop();

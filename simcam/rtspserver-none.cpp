@@ -30,6 +30,10 @@ std::uint16_t RtspServer::Port() const {
 
 void RtspServer::Update(const std::vector<StreamDescription>&) {}
 
+void RtspServer::DropConnections() {}
+
+void RtspServer::ChangeAccount(const std::string&, const std::string&) {}
+
 std::size_t RtspServer::Viewers() const {
   return 0;
 }

@@ -38,6 +38,8 @@ struct RtspOptions {
   // A connection that says nothing for so long is closed, unless it has a session: that one ends after 60 seconds
   // without a sign of life.
   std::chrono::milliseconds silenceLimit{15000};
+  // Asked for each new connection, on any thread: false closes it at once.
+  std::function<bool()> admits = [] { return true; };
 };
 
 // Listens on 127.0.0.1. All operations are safe to call from any thread, but the end of the object.
@@ -68,6 +70,12 @@ class RtspServer {
   // From now on these are the streams. The connections that use a stream that changed or went are closed, as a camera
   // does; those of the others go on undisturbed.
   void Update(const std::vector<StreamDescription>& streams);
+
+  // Closes all connections and ends all sessions; new ones are welcome.
+  void DropConnections();
+
+  // From now on this is the account. Those who are connected stay.
+  void ChangeAccount(const std::string& user, const std::string& password);
 
   // How many sessions play now.
   std::size_t Viewers() const;

@@ -117,7 +117,23 @@ const char* Describe(TokenVerdict verdict) {
 }
 
 TokenChecker::TokenChecker(std::string user, std::string password, std::chrono::seconds clockWindow)
-    : m_user(std::move(user)), m_password(std::move(password)), m_clockWindow(clockWindow) {}
+    : m_clockWindow(clockWindow), m_account{std::move(user), std::move(password)} {}
+
+TokenChecker::Account TokenChecker::CurrentAccount() const {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  return m_account;
+}
+
+void TokenChecker::ChangeAccount(Account account) {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  m_account = std::move(account);
+}
+
+void TokenChecker::ForgetNonces() {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  m_nonces.clear();
+  m_nonceTimes.clear();
+}
 
 TokenVerdict TokenChecker::Check(const XmlElement& security, Time now, const TokenRules& rules) {
   const XmlElement element = security.Child(ns::kSecurity, "UsernameToken");
@@ -128,8 +144,9 @@ TokenVerdict TokenChecker::Check(const XmlElement& security, Time now, const Tok
   if (token.type && *token.type != (rules.wantsPlainText ? kPlainTextType : kDigestType)) {
     return TokenVerdict::WrongType;
   }
+  const Account account = CurrentAccount();
   if (rules.wantsPlainText) {
-    return CheckPlainText(token.user, token.password);
+    return CheckPlainText({token.user, token.password}, account);
   }
   if (token.user.empty() || token.password.empty() || token.nonce.empty() || token.created.empty()) {
     return TokenVerdict::Incomplete;
@@ -143,11 +160,11 @@ TokenVerdict TokenChecker::Check(const XmlElement& security, Time now, const Tok
     return TokenVerdict::BadTime;
   }
   Digest expected{};
-  if (!MakeDigest(rules.digestsNonceText ? token.nonce : *nonce, token.created, m_password, expected) ||
+  if (!MakeDigest(rules.digestsNonceText ? token.nonce : *nonce, token.created, account.password, expected) ||
       !IsDigestOf(token.password, expected)) {
     return TokenVerdict::WrongDigest;
   }
-  if (token.user != m_user) {
+  if (token.user != account.user) {
     return TokenVerdict::WrongUser;
   }
   const TokenVerdict timeVerdict = CheckTime(created, now, rules.clockWindow.value_or(m_clockWindow));
@@ -157,13 +174,13 @@ TokenVerdict TokenChecker::Check(const XmlElement& security, Time now, const Tok
   return Remember(*nonce, created, now) ? TokenVerdict::Accepted : TokenVerdict::RepeatedNonce;
 }
 
-TokenVerdict TokenChecker::CheckPlainText(const std::string& user, const std::string& password) const {
-  if (user.empty() || password.empty()) {
+TokenVerdict TokenChecker::CheckPlainText(const Account& shown, const Account& account) {
+  if (shown.user.empty() || shown.password.empty()) {
     return TokenVerdict::Incomplete;
   }
-  const bool isRight =
-      password.size() == m_password.size() && CRYPTO_memcmp(password.data(), m_password.data(), password.size()) == 0;
-  return isRight && user == m_user ? TokenVerdict::Accepted : TokenVerdict::WrongDigest;
+  const bool isRight = shown.password.size() == account.password.size() &&
+                       CRYPTO_memcmp(shown.password.data(), account.password.data(), shown.password.size()) == 0;
+  return isRight && shown.user == account.user ? TokenVerdict::Accepted : TokenVerdict::WrongDigest;
 }
 
 TokenVerdict TokenChecker::CheckTime(Time created, Time now, std::chrono::seconds window) {

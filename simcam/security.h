@@ -41,7 +41,7 @@ struct TokenRules {
   bool digestsNonceText = false;  // the digest goes over the nonce as it is written, not over its bytes
 };
 
-// Safe to use from several threads.
+// Safe to use from several threads. The account is the camera's one.
 class TokenChecker {
  public:
   using Time = std::chrono::system_clock::time_point;
@@ -52,20 +52,29 @@ class TokenChecker {
   // has left the clock window, when the time alone refuses it.
   TokenVerdict Check(const XmlElement& security, Time now, const TokenRules& rules = TokenRules());
 
-  const std::string& User() const { return m_user; }
-  const std::string& Password() const { return m_password; }
+  struct Account {
+    std::string user;
+    std::string password;
+  };
+
+  Account CurrentAccount() const;
+
+  // Tokens of the account before are not right any more.
+  void ChangeAccount(Account account);
+
+  // As a camera does that starts anew: a token that was used before is accepted once more.
+  void ForgetNonces();
 
   std::size_t RememberedNonces() const;
 
  private:
-  TokenVerdict CheckPlainText(const std::string& user, const std::string& password) const;
+  static TokenVerdict CheckPlainText(const Account& shown, const Account& account);
   static TokenVerdict CheckTime(Time created, Time now, std::chrono::seconds window);
   bool Remember(const std::string& nonce, Time created, Time now);
 
-  const std::string m_user;
-  const std::string m_password;
   const std::chrono::seconds m_clockWindow;
   mutable std::mutex m_mutex;
+  Account m_account;
   std::set<std::string> m_nonces;
   std::set<std::pair<Time, std::string>> m_nonceTimes;
 };

@@ -3,6 +3,7 @@
 #include <libxml/parser.h>
 
 #include <algorithm>
+#include <atomic>
 #include <iterator>
 #include <utility>
 
@@ -38,9 +39,10 @@ std::vector<std::string> AllQuirkTexts(const CameraModel& model, const CameraOpt
   return texts;
 }
 
-std::unique_ptr<HttpServer> Serve(std::uint16_t port, HttpServer::Handler handler) {
+std::unique_ptr<HttpServer> Serve(
+    std::uint16_t port, HttpServer::Handler handler, HttpServer::Admission admits = [] { return true; }) {
   try {
-    return std::make_unique<HttpServer>(port, std::move(handler));
+    return std::make_unique<HttpServer>(port, std::move(handler), std::move(admits));
   } catch (const std::runtime_error& error) {
     throw CameraError("cannot serve on 127.0.0.1 port " + std::to_string(port) + ": " + error.what());
   }
@@ -61,8 +63,11 @@ class SimCamera::Parts {
         dispatcher(model, state, tokens, *clock, quirks),
         snapshots(model, state, *clock, options.user, options.password),
         front(dispatcher, snapshots, quirks),
-        control({model, state, dispatcher, quirks}),
-        server(Serve(options.port, [this](const HttpRequest& request) { return Answer(request); })) {
+        control({model, state, dispatcher, quirks},
+                {[this](std::chrono::milliseconds down) { Reboot(down); }, [this] { return DropConnections(); },
+                 [this](const std::string& user, const std::string& password) { ChangeAccount(user, password); }}),
+        server(Serve(
+            options.port, [this](const HttpRequest& request) { return Answer(request); }, [this] { return IsUp(); })) {
     if (options.controlPort) {
       controlServer = Serve(*options.controlPort,
                             [this](const HttpRequest& request) { return control.Answer(request, Outside()); });
@@ -92,13 +97,40 @@ class SimCamera::Parts {
     return {server->Port(), rtsp->Port(), rtsp->Viewers()};
   }
 
+  void Reboot(std::chrono::milliseconds down) {
+    downUntil = clock->SteadyNow() + down;
+    dispatcher.Restart();
+    const TokenChecker::Account account = tokens.CurrentAccount();
+    snapshots.ChangeAccount(account.user, account.password);
+    state.HaltLenses();
+    DropConnections();
+  }
+
+  std::size_t DropConnections() {
+    if (rtsp) {
+      rtsp->DropConnections();
+    }
+    return server->DropConnections();
+  }
+
+  void ChangeAccount(const std::string& user, const std::string& password) {
+    dispatcher.ChangeAccount({user, password});
+    snapshots.ChangeAccount(user, password);
+    if (rtsp) {
+      rtsp->ChangeAccount(user, password);
+    }
+  }
+
+  using Time = std::chrono::steady_clock::time_point;
+
+  std::atomic<Time> downUntil{Time::min()};
   const std::unique_ptr<RtspServer> rtsp;  // null: no streams; asks the members below until it is stopped
   const CameraModel model;
   const std::shared_ptr<const Clock> clock;
   CameraState state;
   TokenChecker tokens;
   QuirkSet quirks;
-  const Dispatcher dispatcher;
+  Dispatcher dispatcher;
   SnapshotService snapshots;
   const Front front;
   CameraStreams streams;
@@ -107,6 +139,12 @@ class SimCamera::Parts {
   std::unique_ptr<HttpServer> controlServer;  // null: no control address
 
  private:
+  // Connections may come before the camera has its clock; it has not gone down by then.
+  bool IsUp() const {
+    const Time until = downUntil;
+    return until == Time::min() || clock->SteadyNow() >= until;
+  }
+
   // Also writes into the model where the server listens.
   std::unique_ptr<RtspServer> MakeRtspServer(CameraModel& cameraModel, const CameraOptions& options) {
     if (!options.rtspPort) {
@@ -116,6 +154,7 @@ class SimCamera::Parts {
     rtspOptions.port = *options.rtspPort;
     rtspOptions.user = options.user;
     rtspOptions.password = options.password;
+    rtspOptions.admits = [this] { return IsUp(); };
     const auto moment = [this](const std::string& profile) { return MomentOf(model, state, *clock, profile); };
     try {
       auto made = std::make_unique<RtspServer>(rtspOptions, cameraModel.identity.model, moment);
@@ -186,6 +225,18 @@ void SimCamera::Stop() {
 
 const CameraModel& SimCamera::Model() const {
   return m_parts->model;
+}
+
+void SimCamera::Reboot(std::chrono::milliseconds down) {
+  m_parts->Reboot(down);
+}
+
+std::size_t SimCamera::DropConnections() {
+  return m_parts->DropConnections();
+}
+
+void SimCamera::ChangeAccount(const std::string& user, const std::string& password) {
+  m_parts->ChangeAccount(user, password);
 }
 
 std::vector<Profile> SimCamera::Profiles() const {

@@ -64,6 +64,18 @@ class SimCamera {
 
   const CameraModel& Model() const;
 
+  // The camera starts anew, as after a power cut of `down`: connections, moves of the lens, nonces, wrong tries and what
+  // quirks of the clock had reached are gone; profiles, encoders, presets, account and quirks stay. Until `down` has
+  // passed on its clock, every connection ends without an answer.
+  void Reboot(std::chrono::milliseconds down);
+
+  // Ends the connections of all clients, also in the middle of an answer; new ones are welcome. Returns how many those
+  // of HTTP were.
+  std::size_t DropConnections();
+
+  // From now on this is the account, of services, snapshots and streams. Viewers go on.
+  void ChangeAccount(const std::string& user, const std::string& password);
+
   // Switches a quirk on, in the form of CameraOptions::quirks. Throws CameraError: see ParseQuirk in quirks/quirkset.h.
   void SwitchOn(const std::string& quirk);
 

@@ -37,6 +37,16 @@ const std::string* NodeOf(const PtzModel& ptz, const Profile& profile) {
   return ptz.nodes.empty() ? nullptr : &ptz.nodes.front().token;
 }
 
+HttpAnswer Refuse(DigestChecker& digest, DigestVerdict verdict) {
+  HttpAnswer answer = PlainAnswer(StatusOf(verdict), Describe(verdict));
+  if (answer.status == 401) {
+    for (std::string& challenge : digest.Challenges(verdict)) {
+      answer.headers.emplace_back("WWW-Authenticate", std::move(challenge));
+    }
+  }
+  return answer;
+}
+
 }  // namespace
 
 std::optional<LensPosition> LensOf(const CameraModel& model, const CameraState& state, const Profile& profile) {
@@ -55,11 +65,23 @@ int JpegQualityOf(double quality, const WholeRange& range) {
 SnapshotService::SnapshotService(const CameraModel& model, const CameraState& state, const Clock& clock,
                                  const std::string& user, const std::string& password)
     : m_model(model), m_state(state), m_clock(clock) {
-  std::vector<DigestAlgorithm> algorithms = AlgorithmsOf(model.snapshotAuthentication);
-  if (!algorithms.empty()) {
-    m_digest = std::make_unique<DigestChecker>(DigestChecker::Account{user, password, model.identity.model},
-                                               std::move(algorithms), clock);
+  ChangeAccount(user, password);
+}
+
+void SnapshotService::ChangeAccount(const std::string& user, const std::string& password) {
+  std::vector<DigestAlgorithm> algorithms = AlgorithmsOf(m_model.snapshotAuthentication);
+  if (algorithms.empty()) {
+    return;
   }
+  auto digest = std::make_shared<DigestChecker>(DigestChecker::Account{user, password, m_model.identity.model},
+                                                std::move(algorithms), m_clock);
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  m_digest = std::move(digest);
+}
+
+std::shared_ptr<DigestChecker> SnapshotService::Checker() const {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  return m_digest;
 }
 
 bool SnapshotService::HasTarget(const std::string& target) const {
@@ -67,23 +89,13 @@ bool SnapshotService::HasTarget(const std::string& target) const {
 }
 
 HttpAnswer SnapshotService::Answer(const HttpRequest& request) {
-  if (m_digest) {
-    const DigestVerdict verdict = m_digest->Check(request.method, request.target, request.authorization);
+  if (const std::shared_ptr<DigestChecker> digest = Checker()) {
+    const DigestVerdict verdict = digest->Check(request.method, request.target, request.authorization);
     if (verdict != DigestVerdict::Accepted) {
-      return Refuse(verdict);
+      return Refuse(*digest, verdict);
     }
   }
   return Picture(ProfileInTarget(m_model.snapshotPath, request.target).value_or(""));
-}
-
-HttpAnswer SnapshotService::Refuse(DigestVerdict verdict) {
-  HttpAnswer answer = PlainAnswer(StatusOf(verdict), Describe(verdict));
-  if (answer.status == 401) {
-    for (std::string& challenge : m_digest->Challenges(verdict)) {
-      answer.headers.emplace_back("WWW-Authenticate", std::move(challenge));
-    }
-  }
-  return answer;
 }
 
 HttpAnswer SnapshotService::Picture(const std::string& token) {

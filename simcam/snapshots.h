@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 
@@ -29,6 +30,9 @@ class SnapshotService {
   SnapshotService(const CameraModel& model, const CameraState& state, const Clock& clock, const std::string& user,
                   const std::string& password);
 
+  // From now on this is the account; nonces that were given out before are stale.
+  void ChangeAccount(const std::string& user, const std::string& password);
+
   // Whether the target has the form of a snapshot address, of whatever profile.
   bool HasTarget(const std::string& target) const;
 
@@ -37,14 +41,15 @@ class SnapshotService {
   HttpAnswer Answer(const HttpRequest& request);
 
  private:
-  HttpAnswer Refuse(DigestVerdict verdict);
+  std::shared_ptr<DigestChecker> Checker() const;
   HttpAnswer Picture(const std::string& token);
   std::string Draw(const Profile& profile, const VideoEncoderConfiguration& encoder);
 
   const CameraModel& m_model;
   const CameraState& m_state;
   const Clock& m_clock;
-  std::unique_ptr<DigestChecker> m_digest;  // null: everybody is served
+  mutable std::mutex m_mutex;
+  std::shared_ptr<DigestChecker> m_digest;  // null: everybody is served
   std::atomic<std::uint64_t> m_taken{0};
 };
 

@@ -1,5 +1,6 @@
 #include "simcam/rtspserver.h"
 
+#include <gio/gio.h>
 #include <gst/rtsp-server/rtsp-server.h>
 
 #include <algorithm>
@@ -52,13 +53,22 @@ std::set<GstRTSPMedia*> UsedMedia(GstRTSPServer* server) {
   return used;
 }
 
-ObjectPtr<GstRTSPAuth> MakeAuthentication(const RtspOptions& options, const std::string& realm) {
+// The client finds its connection at its end as soon as it looks. It cannot be closed before it has looked.
+void Hush(GstRTSPClient* client) {
+  GSocket* const socket = gst_rtsp_connection_get_read_socket(gst_rtsp_client_get_connection(client));
+  if (socket != nullptr) {
+    g_socket_shutdown(socket, TRUE, TRUE, nullptr);
+  }
+}
+
+ObjectPtr<GstRTSPAuth> MakeAuthentication(const std::string& user, const std::string& password,
+                                          const std::string& realm) {
   ObjectPtr<GstRTSPAuth> authentication(gst_rtsp_auth_new());
   GstRTSPToken* const token =
       gst_rtsp_token_new(GST_RTSP_TOKEN_MEDIA_FACTORY_ROLE, G_TYPE_STRING, kViewerRole, nullptr);
   gst_rtsp_auth_set_supported_methods(authentication.get(), GST_RTSP_AUTH_DIGEST);
   gst_rtsp_auth_set_realm(authentication.get(), realm.c_str());
-  gst_rtsp_auth_add_digest(authentication.get(), options.user.c_str(), options.password.c_str(), token);
+  gst_rtsp_auth_add_digest(authentication.get(), user.c_str(), password.c_str(), token);
   gst_rtsp_token_unref(token);
   return authentication;
 }
@@ -89,6 +99,8 @@ class RtspServer::Core : public std::enable_shared_from_this<Core> {
  public:
   Core(const RtspOptions& options, const std::string& modelName, MomentSource source)
       : m_silenceLimit(options.silenceLimit),
+        m_admits(options.admits),
+        m_realm(modelName),
         m_loop(StreamingLoop::Shared()),
         m_gate(std::make_shared<MomentGate>(std::move(source))),
         m_mounts(std::make_shared<Mounts>(modelName, m_gate, m_loop->Addresses())),
@@ -100,8 +112,20 @@ class RtspServer::Core : public std::enable_shared_from_this<Core> {
     gst_rtsp_server_set_thread_pool(m_server.get(), m_loop->Threads());
     gst_rtsp_server_set_mount_points(m_server.get(), m_mounts->Points());
     if (!options.user.empty() || !options.password.empty()) {
-      gst_rtsp_server_set_auth(m_server.get(), MakeAuthentication(options, modelName).get());
+      ChangeAccount(options.user, options.password);
     }
+  }
+
+  void ChangeAccount(const std::string& user, const std::string& password) {
+    gst_rtsp_server_set_auth(m_server.get(), MakeAuthentication(user, password, m_realm).get());
+  }
+
+  // A session over UDP would outlive its connection.
+  void DropConnections() {
+    CloseClients();
+    const ObjectPtr<GstRTSPSessionPool> pool(gst_rtsp_server_get_session_pool(m_server.get()));
+    TakeList<GstRTSPSession>(gst_rtsp_session_pool_filter(
+        pool.get(), [](GstRTSPSessionPool*, GstRTSPSession*, gpointer) { return GST_RTSP_FILTER_REMOVE; }, nullptr));
   }
 
   // Not part of the constructor, because callbacks need the shared pointer.
@@ -140,8 +164,7 @@ class RtspServer::Core : public std::enable_shared_from_this<Core> {
     m_rounds.reset();
     m_listening.reset();
     m_mounts->Update({});
-    gst_rtsp_server_client_filter(
-        m_server.get(), [](GstRTSPServer*, GstRTSPClient*, gpointer) { return GST_RTSP_FILTER_REMOVE; }, nullptr);
+    CloseClients();
     m_connections.WaitUntilNone(Now() + kGrace);
     // Twice: the first time ends those that were retired before, the second time those of the first.
     m_mounts->EndUnused({}, Now());
@@ -166,6 +189,14 @@ class RtspServer::Core : public std::enable_shared_from_this<Core> {
     if (const ClientPtr tooMany = self.m_connections.Add(client, Now())) {
       gst_rtsp_client_close(tooMany.get());
     }
+    if (!self.m_admits()) {
+      Hush(client);
+    }
+  }
+
+  void CloseClients() {
+    gst_rtsp_server_client_filter(
+        m_server.get(), [](GstRTSPServer*, GstRTSPClient*, gpointer) { return GST_RTSP_FILTER_REMOVE; }, nullptr);
   }
 
   static void Closed(Core& self, GstRTSPClient* client) { self.m_connections.Remove(client); }
@@ -220,6 +251,8 @@ class RtspServer::Core : public std::enable_shared_from_this<Core> {
   }
 
   const std::chrono::milliseconds m_silenceLimit;
+  const std::function<bool()> m_admits;
+  const std::string m_realm;
   const std::shared_ptr<StreamingLoop> m_loop;
   const std::shared_ptr<MomentGate> m_gate;
   const std::shared_ptr<Mounts> m_mounts;
@@ -254,6 +287,14 @@ std::uint16_t RtspServer::Port() const {
 
 void RtspServer::Update(const std::vector<StreamDescription>& streams) {
   m_core->Update(streams);
+}
+
+void RtspServer::DropConnections() {
+  m_core->DropConnections();
+}
+
+void RtspServer::ChangeAccount(const std::string& user, const std::string& password) {
+  m_core->ChangeAccount(user, password);
 }
 
 std::size_t RtspServer::Viewers() const {

@@ -170,17 +170,28 @@ TEST_P(ControlRefusal, IsJsonWithTheReason) {
   EXPECT_THAT(json::parse(reply.body).at("error").get<std::string>(), HasSubstr(refusal.error));
 }
 
-constexpr Refusal kRefusals[] = {{"GET", "/", "", 404, "/camera, /quirks and /quirks/NAME"},
-                                 {"GET", "/quirks/", "", 404, "there are"},
-                                 {"DELETE", "/quirks/auth-none", "", 404, "no quirk \"auth-none\" is on"},
-                                 {"DELETE", "/quirks/%22%FF\xFF", "", 404, "is on"},
-                                 {"GET", "/quirks/auth-none", "", 405, "here you can DELETE"},
-                                 {"PUT", "/quirks", "auth-none", 405, "here you can GET, POST, DELETE"},
-                                 {"POST", "/camera", "", 405, "here you can GET"},
-                                 {"POST", "/quirks", "", 400, "one quirk a line"},
-                                 {"POST", "/quirks", "\r\n\r\n", 400, "one quirk a line"},
-                                 {"POST", "/quirks", "\xFF\xFE", 400, "no quirk is called"},
-                                 {"POST", "/quirks", "auth-none#0", 400, "1 to 1000000"}};
+constexpr Refusal kRefusals[] = {
+    {"GET", "/", "", 404, "/camera, /quirks, /quirks/NAME, /reboot, /disconnect and /account"},
+    {"GET", "/quirks/", "", 404, "there are"},
+    {"DELETE", "/quirks/auth-none", "", 404, "no quirk \"auth-none\" is on"},
+    {"DELETE", "/quirks/%22%FF\xFF", "", 404, "is on"},
+    {"GET", "/quirks/auth-none", "", 405, "here you can DELETE"},
+    {"PUT", "/quirks", "auth-none", 405, "here you can GET, POST, DELETE"},
+    {"POST", "/camera", "", 405, "here you can GET"},
+    {"POST", "/quirks", "", 400, "one quirk a line"},
+    {"POST", "/quirks", "\r\n\r\n", 400, "one quirk a line"},
+    {"POST", "/quirks", "\xFF\xFE", 400, "no quirk is called"},
+    {"POST", "/quirks", "auth-none#0", 400, "1 to 1000000"},
+    {"GET", "/reboot", "", 405, "here you can POST"},
+    {"POST", "/reboot", "", 400, "milliseconds that the camera is gone, 0 to 600000"},
+    {"POST", "/reboot", "600001", 400, "0 to 600000"},
+    {"POST", "/reboot", "-1", 400, "0 to 600000"},
+    {"POST", "/reboot", "5s", 400, "0 to 600000"},
+    {"POST", "/reboot", "5\n6", 400, "0 to 600000"},
+    {"POST", "/account", "root", 400, "in a second line, a password"},
+    {"POST", "/account", "root\nnew\nmore", 400, "in a second line, a password"},
+    {"POST", "/account", "root\n1234567890123456789012345678901234567890123456789012345678901234+", 400,
+     "1 to 64 bytes"}};
 INSTANTIATE_TEST_SUITE_P(Rows, ControlRefusal, testing::ValuesIn(kRefusals));
 
 TEST_F(ControlAddress, WrongMethodNamesTheRightOnes) {
