@@ -214,8 +214,9 @@ std::string Camera::History() const {
 }
 
 void Camera::AskAll() {
-  AskIdentity();
+  AskConnection();
   if (m_plight && Now()->isDear) return;
+  AskIdentity();
   AskPaths();
   AskLens();
   if (Below(3) == 0) AskPresets();
@@ -223,9 +224,12 @@ void Camera::AskAll() {
   if (Below(5) == 0) AskStream();
 }
 
-void Camera::AskIdentity() {
+void Camera::AskConnection() {
   const Group group = m_plan.expectsWrongCode ? Group::Ptz : Group::Converted;
   Ask("TestConn", group, [](ONVIFAPI& driver) { return driver.TestConn(); });
+}
+
+void Camera::AskIdentity() {
   std::map<std::string, std::string> info;
   if (Ask("GetDeviceInfo", Group::Converted, [&](ONVIFAPI& driver) { return driver.GetDeviceInfo(info); })) {
     Claim(info.count("vendor") == 1 && info.count("mac_address") == 1, "GetDeviceInfo lacks vendor or MAC address");

@@ -96,6 +96,7 @@ class Camera {
   std::string History() const;
 
   void AskAll();
+  void AskConnection();
   void AskIdentity();
   void AskPaths();
   void AskReport();

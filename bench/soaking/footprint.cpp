@@ -57,7 +57,7 @@ Footprint Most(const Footprint& left, const Footprint& right) {
 
 std::vector<Limit> LimitsFor(int cameras) {
   // A camera whose connection was closed at one look and is open at the next one is no growth.
-  const long connections = 4 + cameras / 20;
+  const long connections = 4 + cameras / 10;
   return {{"memory in use, KiB", &Footprint::inUse, kKibibyte, 0.01, 64 * kKibibyte},
           {"resident memory, KiB", &Footprint::resident, kKibibyte, 0.05, 2048 * kKibibyte},
           {"descriptors", &Footprint::descriptors, 1, 0, connections},

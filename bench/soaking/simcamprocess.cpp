@@ -50,7 +50,7 @@ SimcamProcess::SimcamProcess(const std::string& program, const std::string& mode
   std::array<int, 2> ends{};
   if (pipe2(ends.data(), O_CLOEXEC) != 0) throw SimcamError(std::strerror(errno));
   m_output = Descriptor(ends[0]);
-  const Descriptor input(ends[1]);
+  Descriptor input(ends[1]);
   std::vector<std::string> texts = {program,     "--model",        model, "--count", std::to_string(count),
                                     "--no-rtsp", "--control-port", "0"};
   std::vector<char*> arguments;
@@ -60,6 +60,7 @@ SimcamProcess::SimcamProcess(const std::string& program, const std::string& mode
   m_pid = fork();
   if (m_pid == 0) Become(arguments, input.Get(), parent);
   if (m_pid == -1) throw SimcamError(std::strerror(errno));
+  input = Descriptor();  // the output ends with the program
   m_process = Descriptor(static_cast<int>(syscall(SYS_pidfd_open, m_pid, 0)));
   try {
     ReadPorts(program, count);

@@ -22,7 +22,7 @@ namespace {
 constexpr int kThreads = 16;
 constexpr double kRoundsPerSecond = 60;  // of all cameras together: some 40 % of a core, with the cameras
 constexpr int kTenths = 10;
-constexpr int kLooks = 10;  // in each tenth
+constexpr int kMostLooks = 10;  // in each tenth; one a second in a short run, because each waits until all rest
 
 using std::chrono::steady_clock;
 
@@ -96,6 +96,7 @@ struct Record {
 void PrintHead() {
   std::printf("%5s %8s %9s %6s %9s %11s %13s %12s %8s\n", "tenth", "minutes", "calls", "wrong", "troubles",
               "in use KiB", "resident KiB", "descriptors", "threads");
+  std::fflush(stdout);
 }
 
 void PrintTenth(int tenth, double minutes, const Tally& tally, const Footprint& most) {
@@ -109,11 +110,12 @@ void PrintTenth(int tenth, double minutes, const Tally& tally, const Footprint& 
 Record Watch(const Options& options, Pool& pool, const Tally& tally, const sigset_t& signals) {
   Record record;
   const steady_clock::time_point start = steady_clock::now();
+  const int looks = std::clamp(static_cast<int>(options.minutes * 60 / kTenths), 1, kMostLooks);
   PrintHead();
   for (int tenth = 1; tenth <= kTenths; ++tenth) {
     Footprint most;
-    for (int look = 1; look <= kLooks; ++look) {
-      const double part = static_cast<double>((tenth - 1) * kLooks + look) / (kTenths * kLooks);
+    for (int look = 1; look <= looks; ++look) {
+      const double part = static_cast<double>((tenth - 1) * looks + look) / (kTenths * looks);
       if (!WaitUntil(start + Seconds(options.minutes * 60 * part), signals)) {
         record.isWhole = false;
         return record;
