@@ -9,8 +9,8 @@
 namespace testsupport {
 namespace {
 
-constexpr std::size_t kCameras = 8;
-constexpr int kRounds = 20;
+constexpr std::size_t kCameras = 64;
+constexpr int kRounds = 5;
 
 bool Asks(const HttpRequest& request, const std::string& operation) {
   return request.body.find("<" + operation + " ") != std::string::npos;
