@@ -1,13 +1,22 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <ctime>
+#include <iterator>
 #include <set>
+#include <system_error>
 #include <thread>
+#include <vector>
 
 #include "platform/devicepackowned.h"
+#include "tests/support/child_process.h"
 #include "tests/support/envelope.h"
 
 namespace {
@@ -17,6 +26,8 @@ using DevicePackOwned::TokenClockOffset;
 using std::chrono::milliseconds;
 using std::chrono::system_clock;
 using namespace std::chrono_literals;
+
+constexpr std::size_t kNonceBytes = 20;
 
 std::string RecomputedDigest(const WsseUsernameToken& token, const std::string& password) {
   testsupport::ParsedRequest parts("");
@@ -54,13 +65,83 @@ TEST(WsseUsernameToken, UserNameIsAsGiven) {
   for (const char* user : {"user", "", "<&\">", "\xff"}) EXPECT_EQ(GenWSSEUsernameToken(user, "x").strUsername, user);
 }
 
-TEST(WsseUsernameToken, NoncesAreLongEnoughAndNeverTheSame) {
+/// The nonce's bytes.
+std::string Nonce() {
+  return testsupport::FromBase64(GenWSSEUsernameToken("user", "secret").strNonce);
+}
+
+TEST(WsseUsernameToken, NonceHasTwentyBytes) {
+  for (int i = 0; i < 1000; ++i) EXPECT_EQ(Nonce().size(), kNonceBytes);
+}
+
+TEST(WsseUsernameToken, HundredThousandNoncesAreAllDifferent) {
+  constexpr std::size_t kTokens = 100000;
   std::set<std::string> nonces;
-  for (int i = 0; i < 1000; ++i) {
-    const std::string nonce = testsupport::FromBase64(GenWSSEUsernameToken("user", "secret").strNonce);
-    EXPECT_GE(nonce.size(), 16u);
-    EXPECT_TRUE(nonces.insert(nonce).second) << "repeated after " << i;
+  while (nonces.size() < kTokens) {
+    ASSERT_TRUE(nonces.insert(GenWSSEUsernameToken("user", "secret").strNonce).second)
+        << "repeated after " << nonces.size();
   }
+}
+
+TEST(WsseUsernameToken, NoncesOfThreadsAreAllDifferent) {
+  constexpr std::size_t kThreads = 8;
+  constexpr std::size_t kTokens = 1000;
+  std::array<std::vector<std::string>, kThreads> made;
+  std::vector<std::thread> threads;
+  for (std::vector<std::string>& mine : made) {
+    threads.emplace_back([&mine] { std::generate_n(std::back_inserter(mine), kTokens, Nonce); });
+  }
+  for (std::thread& thread : threads) thread.join();
+  std::set<std::string> nonces;
+  for (const std::vector<std::string>& mine : made) nonces.insert(mine.begin(), mine.end());
+  EXPECT_EQ(nonces.size(), kThreads * kTokens);
+}
+
+/// Memory that forked children share with their parent: a place for each nonce that each process makes.
+class SharedNonces {
+ public:
+  static constexpr int kProcesses = 5;  // the last one is the parent
+  static constexpr int kEach = 200;
+
+  SharedNonces()
+      : m_bytes(static_cast<char*>(mmap(nullptr, kSize, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0))) {
+    if (m_bytes == MAP_FAILED) throw std::system_error(errno, std::generic_category(), "mmap");
+  }
+  ~SharedNonces() { munmap(m_bytes, kSize); }
+  SharedNonces(const SharedNonces&) = delete;
+  SharedNonces& operator=(const SharedNonces&) = delete;
+
+  /// What process `process` does; the result of a child, 0 for success.
+  int Make(int process) {
+    char* place = m_bytes + kNonceBytes * static_cast<std::size_t>(process * kEach);
+    for (int i = 0; i < kEach; ++i, place += kNonceBytes) {
+      if (Nonce().copy(place, kNonceBytes) != kNonceBytes) return 1;
+    }
+    return 0;
+  }
+
+  std::set<std::string> All() const {
+    std::set<std::string> nonces;
+    for (std::size_t place = 0; place < kSize; place += kNonceBytes) nonces.emplace(m_bytes + place, kNonceBytes);
+    return nonces;
+  }
+
+ private:
+  static constexpr std::size_t kSize = kNonceBytes * kProcesses * kEach;
+
+  char* m_bytes;
+};
+
+// A generator whose state a child inherits would give all of them the same.
+TEST(WsseUsernameToken, NoncesOfForkedChildrenAndTheirParentAreAllDifferent) {
+  SharedNonces nonces;
+  const std::string before = Nonce();  // the generator is in use when it is inherited
+  testsupport::Children children(SharedNonces::kProcesses - 1, [&nonces](int child) { return nonces.Make(child); });
+  EXPECT_EQ(nonces.Make(SharedNonces::kProcesses - 1), 0);
+  EXPECT_EQ(children.Succeeded(), SharedNonces::kProcesses - 1);
+  std::set<std::string> all = nonces.All();
+  all.insert(before);
+  EXPECT_EQ(all.size(), SharedNonces::kProcesses * SharedNonces::kEach + 1U);
 }
 
 TEST(WsseUsernameToken, CreatedIsUtcNow) {
