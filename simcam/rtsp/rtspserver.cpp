@@ -120,12 +120,9 @@ class RtspServer::Core : public std::enable_shared_from_this<Core> {
     gst_rtsp_server_set_auth(m_server.get(), MakeAuthentication(user, password, m_realm).get());
   }
 
-  // A session over UDP would outlive its connection.
   void DropConnections() {
-    CloseClients();
-    const ObjectPtr<GstRTSPSessionPool> pool(gst_rtsp_server_get_session_pool(m_server.get()));
-    TakeList<GstRTSPSession>(gst_rtsp_session_pool_filter(
-        pool.get(), [](GstRTSPSessionPool*, GstRTSPSession*, gpointer) { return GST_RTSP_FILTER_REMOVE; }, nullptr));
+    gst_rtsp_server_client_filter(
+        m_server.get(), [](GstRTSPServer*, GstRTSPClient*, gpointer) { return GST_RTSP_FILTER_REMOVE; }, nullptr);
   }
 
   // Not part of the constructor, because callbacks need the shared pointer.
@@ -164,7 +161,7 @@ class RtspServer::Core : public std::enable_shared_from_this<Core> {
     m_rounds.reset();
     m_listening.reset();
     m_mounts->Update({});
-    CloseClients();
+    DropConnections();
     m_connections.WaitUntilNone(Now() + kGrace);
     // Twice: the first time ends those that were retired before, the second time those of the first.
     m_mounts->EndUnused({}, Now());
@@ -192,11 +189,6 @@ class RtspServer::Core : public std::enable_shared_from_this<Core> {
     if (!self.m_admits()) {
       Hush(client);
     }
-  }
-
-  void CloseClients() {
-    gst_rtsp_server_client_filter(
-        m_server.get(), [](GstRTSPServer*, GstRTSPClient*, gpointer) { return GST_RTSP_FILTER_REMOVE; }, nullptr);
   }
 
   static void Closed(Core& self, GstRTSPClient* client) { self.m_connections.Remove(client); }
