@@ -111,7 +111,7 @@ void Camera::Begin(std::size_t index) {
       SwitchQuirks(Now()->quirks);
       break;
     case Cause::Clock:
-      m_plight->number = (Below(2) == 0 ? 1 : -1) * (600 + Below(100000000));
+      m_plight->number = (Below(2) == 0 ? 1L : -1L) * (600 + Below(100000000));
       SwitchQuirks(Text("clock-offset=", m_plight->number));
       break;
     case Cause::Reboot:

@@ -31,9 +31,7 @@ void Sabotage::Act() {
   } else if (m_what == SelfCheck::Descriptors) {
     static_cast<void>(open("/dev/null", O_RDONLY | O_CLOEXEC));
   } else {
-    // Not kept anywhere; volatile, so that it is not optimised away.
-    void* volatile lost = std::malloc(kLeak);
-    static_cast<void>(lost);
+    m_lost = std::malloc(kLeak);
   }
 }
 

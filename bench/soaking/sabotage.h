@@ -30,6 +30,7 @@ class Sabotage {
   std::condition_variable m_end;
   bool m_ends = false;
   int m_times = 0;
+  void* volatile m_lost = nullptr;  // the latest block, until the next takes its place
   std::vector<std::thread> m_threads;
 };
 

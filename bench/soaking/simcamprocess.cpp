@@ -93,7 +93,7 @@ std::string SimcamProcess::ReadLine() {
     if (count <= 0) return {};
     m_unread.append(piece.data(), static_cast<std::size_t>(count));
   }
-  const std::string line = m_unread.substr(0, end);
+  std::string line = m_unread.substr(0, end);
   m_unread.erase(0, end + 1);
   return line;
 }
