@@ -107,9 +107,9 @@ class Camera {
   const CameraPlan m_plan;
   Tally& m_tally;
   std::mt19937 m_random;
-  std::string m_password = "simcam";   // that the server knows
-  std::string m_newPassword;           // that the camera has, while they differ
-  std::array<char, 160> m_exchange{};  // what became of the driver's latest request
+  std::string m_password = kFirstPassword;  // that the server knows
+  std::string m_newPassword;                // that the camera has, while they differ
+  std::array<char, 160> m_exchange{};       // what became of the driver's latest request
   CameraCap m_cap;
   std::size_t m_reportSize = 0;
   std::unique_ptr<ONVIFAPI> m_driver;

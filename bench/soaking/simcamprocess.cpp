@@ -56,6 +56,7 @@ SimcamProcess::SimcamProcess(const std::string& program, const std::string& mode
   std::vector<char*> arguments;
   for (std::string& text : texts) arguments.push_back(text.data());
   arguments.push_back(nullptr);
+  setenv("SIMCAM_PASSWORD", kFirstPassword, 1);
   const pid_t parent = getpid();
   m_pid = fork();
   if (m_pid == 0) Become(arguments, input.Get(), parent);

@@ -18,6 +18,8 @@ class SimcamError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+constexpr const char* kFirstPassword = "simcam";  // of the account when the program starts
+
 struct CameraPorts {
   std::uint16_t service = 0;
   std::uint16_t control = 0;
