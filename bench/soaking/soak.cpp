@@ -147,6 +147,8 @@ bool Judge(const Options& options, const Record& record) {
 }  // namespace
 
 int Run(const Options& options, const sigset_t& signals) {
+  // A script that became this program may have had children before: its compilers.
+  const double before_s = ProcessorSeconds(RUSAGE_CHILDREN);
   Tally tally;
   Site site(options, tally);
   Sabotage sabotage(options.selfCheck);
@@ -163,7 +165,7 @@ int Run(const Options& options, const sigset_t& signals) {
     std::printf("ended early by a signal, without a judgement\n");
     return 1;
   }
-  PrintSummary(options, tally, self_s, ProcessorSeconds(RUSAGE_CHILDREN));
+  PrintSummary(options, tally, self_s, ProcessorSeconds(RUSAGE_CHILDREN) - before_s);
   const bool isWithin = Judge(options, record);
   if (!areRunning) std::printf("WRONG: a program simcam has ended by itself\n");
   return isWithin && areRunning && tally.Wrong() == 0 ? 0 : 1;
