@@ -83,7 +83,10 @@ QuirkError UnknownQuirk(std::string_view name) {
   std::size_t least = kMaxDifference + 1;
   for (const QuirkGroup& group : AllQuirks()) {
     for (const Quirk& quirk : group.quirks) {
-      const std::size_t difference = Difference(shown, quirk.name);
+      const std::string_view known(quirk.name);
+      const std::size_t longer = std::max(shown.size(), known.size());
+      const bool comparable = longer - std::min(shown.size(), known.size()) <= kMaxDifference;
+      const std::size_t difference = comparable ? Difference(shown, known) : longer;
       if (difference < least) {
         least = difference;
         nearest = &quirk;

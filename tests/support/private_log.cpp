@@ -191,7 +191,7 @@ std::string PrivateLogReason() {
 }
 
 std::string LogText() {
-  if (!g_reason.empty()) return {};
+  if (!g_reason.empty() || !fs::is_regular_file(kLogPath)) return {};
   std::ifstream file(kLogPath, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), {}};
 }

@@ -26,7 +26,7 @@ void LeavePrivateLog();
 /// Why this process has no private logs; empty when it has. Log tests skip with this text.
 std::string PrivateLogReason();
 
-/// The log file's text; empty when there is no file, or the logs are not private.
+/// The log file's text; empty when there is none, when something else stands in its place, or the logs are not private.
 std::string LogText();
 
 /// The log file's lines without their line feeds; a last line without one counts.
