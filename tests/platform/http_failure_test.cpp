@@ -1,9 +1,12 @@
 // What comes back when no whole answer does.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
+#include <array>
 #include <vector>
 
 #include "tests/platform/http_client_fixture.h"
@@ -22,6 +25,37 @@ TEST(HttpClient, RefusedConnection) {
   const Posted posted = PlainCamera(ClosedPort()).Post();
   EXPECT_EQ(posted.result, HTTP_POST_NO_CONNECTION);
   EXPECT_EQ(posted.document, nullptr);
+}
+
+/// A port that is listened at, and whose queue is full: whoever connects next waits.
+class FullPort {
+ public:
+  FullPort() : m_listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    bind(m_listener.Get(), reinterpret_cast<sockaddr*>(&address), size);
+    getsockname(m_listener.Get(), reinterpret_cast<sockaddr*>(&address), &size);
+    listen(m_listener.Get(), 0);
+    m_port = ntohs(address.sin_port);
+    for (testsupport::UniqueFd& waiting : m_waiting) {
+      waiting = testsupport::UniqueFd(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+      connect(waiting.Get(), reinterpret_cast<sockaddr*>(&address), size);
+    }
+  }
+
+  std::uint16_t Port() const { return m_port; }
+
+ private:
+  testsupport::UniqueFd m_listener;
+  std::array<testsupport::UniqueFd, 4> m_waiting;
+  std::uint16_t m_port = 0;
+};
+
+TEST(HttpClient, ConnectionThatIsNeverMadeTimesOut) {
+  const FullPort port;
+  EXPECT_EQ(PlainCamera(port.Port()).Post("/", "<q/>", 1).result, HTTP_POST_TIMED_OUT);
 }
 
 // A name under .onion is never asked for, so that the test sends nothing to a name server.
@@ -64,6 +98,29 @@ TEST_F(HttpClientTest, AnswersThatBreakOffAreALostConnectionAndTheNextCallWorks)
     m_camera.Answer(Reply::Ok("<a/>"));
     EXPECT_EQ(client.Post().result, 0) << "after: " << c.name;
     EXPECT_EQ(m_camera.Unused(), 0) << c.name;
+  }
+}
+
+TEST_F(HttpClientTest, WrongLengthsHarmNothingButTheirOwnAnswer) {
+  const auto withLength = [](const std::string& length) {
+    return Reply::Raw("HTTP/1.1 200 OK\r\nContent-Length: " + length + "\r\n\r\n<a>b</a>");
+  };
+  const struct {
+    const char* length;
+    int result;
+  } kCases[] = {{"4", HTTP_POST_NOT_XML},
+                {"0", HTTP_POST_NOT_XML},
+                {"9", HTTP_POST_CONNECTION_LOST},
+                {"4194305", HTTP_POST_CONNECTION_LOST},
+                {"-1", HTTP_POST_CONNECTION_LOST},
+                {"many", HTTP_POST_CONNECTION_LOST},
+                {"4\r\nContent-Length: 8", HTTP_POST_OK},  // the last one counts
+                {"99999999999999999999", HTTP_POST_OK}};   // the end of the connection is the end of the answer
+  for (const auto& c : kCases) {
+    m_camera.Answer(withLength(c.length));
+    EXPECT_EQ(m_client.Post().result, c.result) << c.length;
+    m_camera.Answer(Reply::Ok("<a/>"));
+    EXPECT_EQ(m_client.Post().result, HTTP_POST_OK) << "after " << c.length;
   }
 }
 

@@ -1,4 +1,4 @@
-"""docs/behaviour.md: every row of its tables names tests that hold it, and those tests exist."""
+"""docs/behaviour.md and docs/reliability.md: every row of their tables names tests that hold it, and those tests exist."""
 
 import os
 import re
@@ -8,6 +8,7 @@ import programs
 
 TEST = re.compile(r"^\s*TEST(?:_F|_P)?\(\s*(\w+)\s*,\s*(\w+)\s*\)", re.MULTILINE)
 NAME = re.compile(r"`(\w+)\.(\w*)`")
+DOCUMENTS = {"behaviour.md": (60, 4), "reliability.md": (25, 3)}  # least rows, and cells of each
 
 
 def rows(document):
@@ -23,7 +24,8 @@ def rows(document):
 
 
 def tests_of_the_tree():
-    names = set()
+    names = {("system", name[:-len("_test.py")]) for name in os.listdir(os.path.join(programs.SOURCE_DIR, "tests", "system"))
+             if name.endswith("_test.py")}
     for place, _, files in os.walk(os.path.join(programs.SOURCE_DIR, "tests")):
         for name in files:
             if name.endswith(".cpp"):
@@ -35,23 +37,27 @@ def tests_of_the_tree():
 class Behaviour(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        with open(os.path.join(programs.SOURCE_DIR, "docs", "behaviour.md"), encoding="utf-8") as file:
-            cls.rows = rows(file.read())
+        cls.rows = {}
+        for name in DOCUMENTS:
+            with open(os.path.join(programs.SOURCE_DIR, "docs", name), encoding="utf-8") as file:
+                cls.rows[name] = rows(file.read())
 
-    def test_there_are_rows_of_four_cells(self):
-        self.assertGreater(len(self.rows), 60)
-        for cells in self.rows:
-            self.assertEqual(len(cells), 4, cells)
-            self.assertTrue(all(cells), cells)
+    def test_rows_are_whole(self):
+        for name, (least, count) in DOCUMENTS.items():
+            self.assertGreaterEqual(len(self.rows[name]), least)
+            for cells in self.rows[name]:
+                self.assertEqual(len(cells), count, cells)
+                self.assertTrue(all(cells), cells)
 
     def test_every_row_names_tests_that_exist(self):
         existing = tests_of_the_tree()
         self.assertGreater(len(existing), 100, "is CAMAPI_SOURCE_DIR right?")
-        for cells in self.rows:
-            with self.subTest(row=cells[0]):
-                named = NAME.findall(cells[3])
-                self.assertTrue(named, "the row names no test")
-                self.assertEqual([name for name in named if name not in existing], [])
+        for name, found in self.rows.items():
+            for cells in found:
+                with self.subTest(document=name, row=cells[0]):
+                    named = NAME.findall(cells[-1])
+                    self.assertTrue(named, "the row names no test")
+                    self.assertEqual([test for test in named if test not in existing], [])
 
     def test_rules_would_notice(self):
         self.assertEqual(rows("| what | held by |\n|---|---|\n| a \\| b | `X.Y` |\ntext\n"), [["a \\| b", "`X.Y`"]])
