@@ -106,11 +106,11 @@ Fault ElementFault(const std::string& name, FaultClass kind, std::size_t index, 
 
 }  // namespace
 
-std::vector<Fault> ElementFaults(const std::string& body, std::size_t step) {
+std::vector<Fault> ElementFaults(const std::string& body) {
   const Doc doc = Parse(body);
   const std::vector<xmlNode*> elements = ElementsOf(doc);
   std::vector<Fault> list;
-  for (std::size_t i = 0; i < elements.size(); i += step) {
+  for (std::size_t i = 0; i < elements.size(); ++i) {
     const std::string path = PathOf(elements[i]);
     // Without the first element the Body is empty.
     list.push_back(ElementFault("missing " + path, i == 0 ? FaultClass::kNothing : FaultClass::kDamaged, i, Remove));

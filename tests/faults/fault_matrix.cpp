@@ -134,7 +134,7 @@ GoodRun RunWell(const ServerOperation& operation) {
   return good;
 }
 
-std::vector<Case> PlanCases(const ServerOperation& operation, const GoodRun& good, std::size_t step) {
+std::vector<Case> PlanCases(const ServerOperation& operation, const GoodRun& good) {
   std::vector<Case> cases;
   int nth = 0;
   const auto add = [&](const Rule& rule, const Fault& fault, Lasting lasting) {
@@ -143,7 +143,6 @@ std::vector<Case> PlanCases(const ServerOperation& operation, const GoodRun& goo
   for (const Rule& rule : operation.rules) {
     for (int time = 0; time < rule.times; ++time) {
       const std::string body = BodyOf(good.exchanges.at(static_cast<std::size_t>(nth++)).good);
-      if (static_cast<std::size_t>(time) % step != 0) continue;
       for (const Fault& fault : GeneralFaults()) {
         const bool isDoor = fault.line == Line::kResets || fault.line == Line::kRefused;
         const bool isStale = fault.line == Line::kStale;
@@ -152,8 +151,8 @@ std::vector<Case> PlanCases(const ServerOperation& operation, const GoodRun& goo
         if (!isDoor && !(isStale && nth == 1)) add(rule, fault, Lasting::kOnce);
         if (fails) add(rule, fault, Lasting::kFromNow);
       }
-      for (const Fault& fault : CutFaults(body, kCutStep * step)) add(rule, fault, Lasting::kOnce);
-      for (const Fault& fault : ElementFaults(body, step)) add(rule, fault, Lasting::kOnce);
+      for (const Fault& fault : CutFaults(body, kCutStep)) add(rule, fault, Lasting::kOnce);
+      for (const Fault& fault : ElementFaults(body)) add(rule, fault, Lasting::kOnce);
     }
   }
   return cases;

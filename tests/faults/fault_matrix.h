@@ -31,9 +31,8 @@ struct GoodRun {
 
 GoodRun RunWell(const ServerOperation& operation);
 
-/// Every fault of every request. Of the places where an answer is cut, of its elements, and of the same request made
-/// several times in a row, one in `step` is taken. The rules must be those of the good run.
-std::vector<Case> PlanCases(const ServerOperation& operation, const GoodRun& good, std::size_t step);
+/// Every fault of every request. The rules must be those of the good run.
+std::vector<Case> PlanCases(const ServerOperation& operation, const GoodRun& good);
 
 /// The exception of its rule that fits the fault, or null.
 const Exception* FindException(const Case& planned);
