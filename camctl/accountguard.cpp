@@ -19,9 +19,14 @@ bool Proves(const Evidence& evidence) {
 
 }  // namespace
 
-void AccountGuard::Observe(const Evidence& evidence) {
+void AccountGuard::Observe(Evidence& evidence) {
   m_proven = m_proven || Proves(evidence);
-  m_refusals = IsRefusal(evidence) ? m_refusals + 1 : 0;
+  const bool refused = IsRefusal(evidence);
+  m_refusals = refused ? m_refusals + 1 : 0;
+  m_digestTries = refused ? m_digestTries + evidence.digestTries : 0;
+  if (!refused) return;
+  evidence.tokenTries = m_refusals;
+  evidence.digestTries = m_digestTries;
   if (m_refusals >= (m_proven ? kRefusalsOfGoodAccounts : 1)) m_refusal = evidence;
 }
 

@@ -12,7 +12,8 @@ namespace camctl {
 class AccountGuard {
  public:
   /// Takes note of an exchange.
-  void Observe(const Evidence& evidence);
+  /// \param[in,out] evidence of a refusal: its tries become those of all refusals in a row
+  void Observe(Evidence& evidence);
 
   /// Whether the camera may be asked again.
   bool MayAsk() const { return !m_refusal; }
@@ -23,6 +24,7 @@ class AccountGuard {
  private:
   bool m_proven = false;  // the camera answered what it answers to known users only
   int m_refusals = 0;     // in a row
+  int m_digestTries = 0;  // of these
   std::optional<Evidence> m_refusal;
 };
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "camctl/cause.h"
+
 namespace camctl {
 
 namespace {
@@ -36,29 +38,42 @@ std::string Rough(long long difference) {
   return text;
 }
 
+// Whether the camera answered, but did not tell its time.
+bool KeepsItsTime(const ClockReading& reading) {
+  return reading.evidence && reading.evidence->status != 0;
+}
+
 StepOutcome RunClock(Session& session) {
-  const std::optional<milliseconds> ahead = MeasureClock(session);
-  if (!ahead) {
-    return {CAMERA_FAILED, "",
+  const ClockReading reading = ReadClock(session);
+  if (reading.result == CAMERA_OK) {
+    session.UseClock(reading.ahead);
+    session.Camera().clockAhead = reading.ahead;
+    return {CAMERA_OK, DescribeClock(reading.ahead) + "; requests carry the camera's time", {}};
+  }
+  if (KeepsItsTime(reading)) {
+    return {reading.result, "",
             Cause{"the camera does not tell its time to a client that has not signed in",
                   "leave out --clock camera and set the camera's clock, best by NTP"}};
   }
-  session.UseClock(*ahead);
-  session.Camera().clockAhead = *ahead;
-  return {CAMERA_OK, DescribeClock(*ahead) + "; requests carry the camera's time", {}};
+  const Connection& connection = session.GetConnection();
+  return {reading.result, "",
+          FindCause(reading.evidence, reading.result, {connection.host, connection.port, connection.user})};
 }
 
 }  // namespace
 
-std::optional<milliseconds> MeasureClock(Session& session) {
+ClockReading ReadClock(const Session& session) {
   const Connection& connection = session.GetConnection();
-  CameraAPI stranger(connection.host, connection.port, "", "", "", true);
+  CameraCap none;
+  ONVIFAPI stranger(connection.host, connection.port, "", "", "", none);
+  ClockReading reading;
   stranger.SetTimeoutCap(connection.timeoutSeconds);
+  stranger.SetExchangeObserver(
+      [&reading](const HTTP_EXCHANGE& exchange) { reading.evidence = MakeEvidence(exchange); });
   OnvifDeviceService service;
   service.UpdateServiceParam(&stranger, kDevicePath, "", "");
-  milliseconds ahead(0);
-  if (service.MeasureClockOffset(ahead) != RET_ONVIF_OK) return std::nullopt;
-  return ahead;
+  reading.result = stranger.ConvertOnvifRetToCamApiRet(service.MeasureClockOffset(reading.ahead));
+  return reading;
 }
 
 std::string DescribeClock(milliseconds ahead) {
@@ -66,10 +81,9 @@ std::string DescribeClock(milliseconds ahead) {
   return Rough(std::chrono::abs(ahead).count()) + (ahead.count() > 0 ? " ahead of" : " behind") + " this machine's";
 }
 
-Cause WithClock(Cause cause, std::optional<milliseconds> ahead) {
-  if (!ahead) return cause;
-  if (!IsNoticeable(*ahead)) return {cause.cause, "check user and password; the camera's clock is right"};
-  return {cause.cause + "; its clock is " + DescribeClock(*ahead),
+Cause WithClock(const Cause& cause, milliseconds ahead) {
+  if (!IsNoticeable(ahead)) return {cause.cause, "check user and password; the camera's clock is right"};
+  return {cause.cause + "; its clock is " + DescribeClock(ahead),
           "add --clock camera, or set the camera's clock; a camera whose clock is off refuses right passwords too"};
 }
 

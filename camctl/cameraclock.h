@@ -9,16 +9,21 @@
 
 namespace camctl {
 
-/// How far the camera's clock is ahead of this machine's, to about a second; asked without credentials. Nothing when the
-/// camera does not tell.
-std::optional<std::chrono::milliseconds> MeasureClock(Session& session);
+/// What a camera said about its time.
+struct ClockReading {
+  int result = 0;                         ///< result code of the server
+  std::chrono::milliseconds ahead{0};     ///< of this machine's clock, to about a second; when the result is 0
+  std::optional<Evidence> evidence = {};  ///< of the exchange
+};
+
+/// Asks the camera for its time, without credentials.
+ClockReading ReadClock(const Session& session);
 
 /// A difference for people: "as this machine's", "3 h 0 min ahead of this machine's", "2 days 4 h behind this machine's".
 std::string DescribeClock(std::chrono::milliseconds ahead);
 
-/// `cause` of a refused account, with what the camera's clock has to do with it.
-/// \param ahead of this machine's clock; nothing when it is not known
-Cause WithClock(Cause cause, std::optional<std::chrono::milliseconds> ahead);
+/// `cause` of a refused account, with what a clock that is so far ahead has to do with it.
+Cause WithClock(const Cause& cause, std::chrono::milliseconds ahead);
 
 /// Measures the clock, and has all later requests carry the camera's time.
 extern const Step kClock;

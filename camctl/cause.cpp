@@ -107,8 +107,9 @@ std::string Times(int count) {
 
 // How often the account was tried.
 std::string TriesText(const Evidence& evidence) {
-  if (evidence.digestTries == 0) return "tried once";
-  return "tried once with a token and " + Times(evidence.digestTries) + " with HTTP Digest";
+  const std::string tokens = "tried " + Times(evidence.tokenTries);
+  if (evidence.digestTries == 0) return tokens;
+  return tokens + " with a token and " + Times(evidence.digestTries) + " with HTTP Digest";
 }
 
 std::string Filled(std::string text, const Evidence& evidence, const Party& party) {
@@ -151,6 +152,10 @@ Cause FindCause(const std::optional<Evidence>& evidence, int result, const Party
   if (!evidence) return {MeaningOf(result), "see whether the camera's manual mentions this function"};
   const bool refused = evidence->result == HTTP_POST_AUTH_REFUSED;
   return evidence->fault && !refused ? FromFault(*evidence, party) : FromExchange(*evidence, result, party);
+}
+
+bool MayBeTheClock(const Cause& cause) {
+  return cause.remedy == kCheckAccount;
 }
 
 const char* MeaningOf(int result) {

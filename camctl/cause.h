@@ -20,6 +20,9 @@ struct Party {
 /// \param result the step's result code
 Cause FindCause(const std::optional<Evidence>& evidence, int result, const Party& party);
 
+/// Whether a clock that is off may be the reason as well.
+bool MayBeTheClock(const Cause& cause);
+
 /// Meaning of a result code in a few words.
 const char* MeaningOf(int result);
 

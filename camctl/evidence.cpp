@@ -81,6 +81,7 @@ Evidence MakeEvidence(const HTTP_EXCHANGE& exchange) {
           ReadFault(document),
           AnswerName(document),
           Shortened(OneLine(exchange.strChallenges), kLongestText),
+          1,
           exchange.nDigestTries};
 }
 

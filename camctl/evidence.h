@@ -22,6 +22,7 @@ struct Evidence {
   std::optional<Fault> fault;
   std::string answer = {};      ///< local name of what the answer's Body holds: "GetProfilesResponse"; empty: nothing
   std::string challenges = {};  ///< what a 401 asks for: "Digest MD5, Basic"; else empty
+  int tokenTries = 1;           ///< how often the account was tried with the message's token
   int digestTries = 0;          ///< how often HTTP Digest credentials were sent, beside the message's token
 };
 

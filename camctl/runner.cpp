@@ -105,11 +105,12 @@ StepOutcome Runner::Time(const Step& step) {
 Cause Runner::Explain(const StepOutcome& outcome) {
   const Connection& connection = m_session.GetConnection();
   const Party party{connection.host, connection.port, connection.user};
-  const std::optional<Evidence> evidence = m_session.LastEvidence();
-  Cause cause = outcome.cause ? *outcome.cause : FindCause(evidence, outcome.result, party);
+  Cause cause = outcome.cause ? *outcome.cause : FindCause(m_session.LastEvidence(), outcome.result, party);
   // A clock that is off looks like a wrong password.
-  const bool refused = !outcome.cause && evidence && IsRefusal(*evidence);
-  if (refused && !m_session.UsesClock()) cause = WithClock(cause, MeasureClock(m_session));
+  if (MayBeTheClock(cause) && !m_session.UsesClock()) {
+    const ClockReading clock = ReadClock(m_session);
+    if (clock.result == CAMERA_OK) cause = WithClock(cause, clock.ahead);
+  }
   return {m_session.WithoutPassword(cause.cause), m_session.WithoutPassword(cause.remedy)};
 }
 

@@ -1,8 +1,8 @@
 # camapi_add_test(NAME SOURCES ... LIBRARIES ... [LABELS ...] [TIMEOUT SECONDS] [STREAMING])
 # A GoogleTest program with the common main of tests/support, one CTest entry per TEST. The tests are found when
 # CTest starts, not while building, so that a program that cannot run fails the run and not the build.
-# LABELS defaults to the folder's name, TIMEOUT, which each TEST has for itself, to 120. `sleep` is replaced at link level: link static libraries, because a shared
-# one keeps its own `sleep`. STREAMING: the program uses GStreamer.
+# LABELS defaults to the folder's name, TIMEOUT, which each TEST has for itself, to 120. `sleep` is replaced at link
+# level: link static libraries, because a shared one keeps its own `sleep`. STREAMING: the program uses GStreamer.
 #
 # The tests themselves are compiled without optimisation and without sanitizers, and share the precompiled headers of
 # testsupport-test: what they test is built as the preset says, and they are most of what there is to compile. The

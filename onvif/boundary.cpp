@@ -3,12 +3,14 @@
 #include <exception>
 
 #include "dupfromhx/hxdebuglog.h"
-#include "onvif/driverdetail.h"
+#include "platform/cameraresult.h"
 
 namespace {
 
+constexpr const char* k_pSource = "onvif/boundary";
+
 void Log(const char* pOperation, const char* pWhat) {
-  DevicePackOwned::HxPrintf("%s:%d:%s(): The operation broke off: %s\n", k_pDriverSource, __LINE__, pOperation, pWhat);
+  DevicePackOwned::HxPrintf("%s:%d:%s(): The operation broke off: %s\n", k_pSource, __LINE__, pOperation, pWhat);
 }
 
 }  // namespace

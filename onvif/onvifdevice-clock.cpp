@@ -40,6 +40,7 @@ milliseconds SinceEpoch(system_clock::time_point time) {
 }  // namespace
 
 RET_ONVIF OnvifDeviceService::MeasureClockOffset(milliseconds& offset) {
+  const XmlSilence silence;
   const XmlDoc pRequest(
       xmlReadMemory(k_strAskTime.data(), static_cast<int>(k_strAskTime.size()), nullptr, nullptr, XML_PARSE_NONET));
   if (!pRequest) return RET_ONVIF_XML_FAIL;

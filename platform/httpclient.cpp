@@ -78,12 +78,22 @@ void NoteChallenge(ANSWER& answer, std::string_view strLine) {
   answer.rgChallenge.back() += strLine.substr(0, strLine.find_last_not_of("\r\n") + 1);
 }
 
+// Called while an answer arrives, with what has come of its body as it travels: a compressed one may stay small when it
+// is inflated.
+int OnProgress(void* pUser, curl_off_t, curl_off_t nBytes, curl_off_t, curl_off_t) noexcept {
+  ANSWER& answer = *static_cast<ANSWER*>(pUser);
+  answer.blTooLarge = answer.blTooLarge || nBytes > static_cast<curl_off_t>(HTTP_MAX_ANSWER_BYTES);
+  return answer.blTooLarge ? 1 : 0;
+}
+
 // Called for every header line, the empty one at the end included.
 std::size_t OnHeader(char* pLine, std::size_t nSize, std::size_t nCount, void* pUser) noexcept {
   ANSWER& answer = *static_cast<ANSWER*>(pUser);
   const std::size_t nBytes = nSize * nCount;
   answer.nHeaderBytes += nBytes;
-  answer.blHeaderEnded = *pLine == '\r' || *pLine == '\n';
+  // Lines behind the empty one are trailers of a chunked body, unless another header begins (after "100 Continue").
+  if (*pLine == '\r' || *pLine == '\n') answer.blHeaderEnded = true;
+  if (std::string_view(pLine, nBytes).substr(0, 5) == "HTTP/") answer.blHeaderEnded = false;
   answer.blTooLarge = answer.nHeaderBytes > HTTP_MAX_HEADER_BYTES;
   if (answer.blTooLarge) return 0;
   return WithinMemory(answer, [&] { NoteChallenge(answer, {pLine, nBytes}); }) ? nBytes : 0;
@@ -134,11 +144,11 @@ OwnedCurlUrl MakeUrl(const std::string& strHost, int nPort, const std::string& s
   return pUrl;
 }
 
-// Path and query of an address as curl will send them; it writes escapes in its own way.
+// Path and query of an address as curl will send them; it writes escapes in its own way, and in the path makes more.
 std::string RequestTarget(CURLU* pUrl) {
   char* pPath = nullptr;
   char* pQuery = nullptr;
-  curl_url_get(pUrl, CURLUPART_PATH, &pPath, 0);
+  curl_url_get(pUrl, CURLUPART_PATH, &pPath, CURLU_URLENCODE);
   const OwnedCurlText pOwnedPath(pPath);
   curl_url_get(pUrl, CURLUPART_QUERY, &pQuery, 0);
   const OwnedCurlText pOwnedQuery(pQuery);
@@ -216,19 +226,23 @@ struct HttpClient::CONNECTION {
            Set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1)) && Set(CURLOPT_PROTOCOLS_STR, "http") &&
            Set(CURLOPT_CONNECTTIMEOUT, HTTP_CONNECT_TIMEOUT_S) && Set(CURLOPT_OPENSOCKETFUNCTION, &OnSocket) &&
            Set(CURLOPT_OPENSOCKETDATA, &nSocketErrno) && Set(CURLOPT_WRITEFUNCTION, &OnBody) &&
-           Set(CURLOPT_HEADERFUNCTION, &OnHeader);
+           Set(CURLOPT_HEADERFUNCTION, &OnHeader) && Set(CURLOPT_XFERINFOFUNCTION, &OnProgress) &&
+           Set(CURLOPT_NOPROGRESS, 0L) && Set(CURLOPT_QUICK_EXIT, 1L);
   }
 
   // Sends the request until nothing is left to try: once, or twice when the camera asks for HTTP Digest.
   CURLcode Perform(CURLU* pUrl, std::string_view strBody, const HTTP_ACCOUNT& account, Clock::time_point deadline,
                    HTTP_EXCHANGE& exchange, ANSWER& answer) {
     CURLcode eCode = CURLE_OK;
+    bool blTryAgain = false;
     do {
       answer = ANSWER();
       const std::string strAuthorization = Authorization(pUrl, strBody, account);
       exchange.nDigestTries += strAuthorization.empty() ? 0 : 1;
       eCode = Send(pUrl, strBody, strAuthorization, deadline, answer);
-    } while (eCode == CURLE_OK && IsToBeRepeated(answer));
+      // A refusal counts also when the rest of its answer is lost.
+      blTryAgain = answer.blHeaderEnded && IsToBeRepeated(answer);
+    } while (eCode == CURLE_OK && blTryAgain);
     return eCode;
   }
 
@@ -269,27 +283,33 @@ struct HttpClient::CONNECTION {
   }
 
   // libcurl replaces a kept connection that ended by a fresh one, but counts these over the life of the handle and gives
-  // up at every sixth: https://github.com/curl/curl/pull/19066. That one is replaced here.
-  CURLcode Transfer(const ANSWER& answer) {
+  // up at every sixth (7.88; later releases do not). That one is replaced here.
+  CURLcode Transfer(Clock::time_point deadline, const ANSWER& answer) {
+    if (!SetTimeLeft(deadline)) return CURLE_OPERATION_TIMEDOUT;
     const CURLcode eCode = curl_easy_perform(pEasy.get());
     const bool blEnded = eCode == CURLE_SEND_ERROR || eCode == CURLE_RECV_ERROR || eCode == CURLE_GOT_NOTHING;
     const bool blWasKept = Info(CURLINFO_NUM_CONNECTS) == 0;
-    return blEnded && blWasKept && answer.nHeaderBytes == 0 ? curl_easy_perform(pEasy.get()) : eCode;
+    if (!blEnded || !blWasKept || answer.nHeaderBytes > 0) return eCode;
+    return SetTimeLeft(deadline) ? curl_easy_perform(pEasy.get()) : CURLE_OPERATION_TIMEDOUT;
+  }
+
+  // False when nothing is left.
+  bool SetTimeLeft(Clock::time_point deadline) {
+    const long nLeft_ms = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
+    return nLeft_ms > 0 && Set(CURLOPT_TIMEOUT_MS, nLeft_ms);
   }
 
   CURLcode Send(CURLU* pUrl, std::string_view strBody, std::string strAuthorization, Clock::time_point deadline,
                 ANSWER& answer) {
     rgError[0] = '\0';
     nSocketErrno = 0;
-    const long nLeft_ms = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
-    if (nLeft_ms <= 0) return CURLE_OPERATION_TIMEDOUT;
     curl_slist withAuthorization{strAuthorization.data(), pHeaders.get()};
     const bool blSet = Set(CURLOPT_CURLU, pUrl) && Set(CURLOPT_POSTFIELDS, strBody.data()) &&
                        Set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(strBody.size())) &&
                        Set(CURLOPT_HTTPHEADER, strAuthorization.empty() ? pHeaders.get() : &withAuthorization) &&
-                       Set(CURLOPT_TIMEOUT_MS, nLeft_ms) && Set(CURLOPT_WRITEDATA, &answer) &&
+                       Set(CURLOPT_WRITEDATA, &answer) && Set(CURLOPT_XFERINFODATA, &answer) &&
                        Set(CURLOPT_HEADERDATA, &answer);
-    const CURLcode eCode = blSet ? Transfer(answer) : CURLE_FAILED_INIT;
+    const CURLcode eCode = blSet ? Transfer(deadline, answer) : CURLE_FAILED_INIT;
     Set(CURLOPT_CURLU, static_cast<CURLU*>(nullptr));  // neither lives as long as the handle
     Set(CURLOPT_HTTPHEADER, pHeaders.get());
     return eCode;
@@ -323,15 +343,17 @@ HTTP_EXCHANGE HttpClient::Exchange(const std::string& strPath, std::string_view 
   if (!Connect()) return Failed(std::move(exchange), HTTP_POST_OUT_OF_RESOURCES, "no HTTP handle could be made");
   ANSWER answer;
   const CURLcode eCode = m_pConnection->Perform(pUrl.get(), strBody, account, deadline, exchange, answer);
+  if (answer.blHeaderEnded) exchange.nStatus = m_pConnection->Status();
+  const bool blRefused = exchange.nStatus == k_nUnauthorized;
+  if (blRefused) exchange.strChallenges = DescribeChallenges(answer.rgChallenge);
   if (eCode != CURLE_OK) {
     const long nErrno = m_pConnection->Errno();
-    return Failed(std::move(exchange), FromFailure(eCode, nErrno, answer), m_pConnection->ErrorText(eCode, nErrno));
+    const HTTP_POST_RESULT eResult = blRefused ? HTTP_POST_AUTH_REFUSED : FromFailure(eCode, nErrno, answer);
+    return Failed(std::move(exchange), eResult, m_pConnection->ErrorText(eCode, nErrno));
   }
   if (!answer.blHeaderEnded) {
     return Failed(std::move(exchange), HTTP_POST_CONNECTION_LOST, "the connection ended inside the answer's header");
   }
-  exchange.nStatus = m_pConnection->Status();
-  if (exchange.nStatus == k_nUnauthorized) exchange.strChallenges = DescribeChallenges(answer.rgChallenge);
   XML_REPLY reply = ParseXmlReply(answer.strBody);
   exchange.eResult = FromStatus(exchange.nStatus, reply.eResult);
   if (exchange.eResult == HTTP_POST_OUT_OF_RESOURCES) exchange.strError = "no memory to read the answer";

@@ -112,12 +112,37 @@ std::vector<CHALLENGE_TEXT> ReadChallenges(const std::vector<std::string>& rgHea
   return rgChallenge;
 }
 
+std::string Hex(const unsigned char* pBytes, std::size_t nBytes) {
+  constexpr const char* pDigits = "0123456789abcdef";
+  std::string strText;
+  for (std::size_t nAt = 0; nAt < nBytes; ++nAt) {
+    strText += pDigits[pBytes[nAt] >> 4];
+    strText += pDigits[pBytes[nAt] & 15];
+  }
+  return strText;
+}
+
+// Hash of the pieces, joined by ":", in hexadecimal digits; empty when the system does not offer it.
+std::string Hash(const DIGEST_ALGORITHM& algorithm, std::initializer_list<std::string_view> rgPiece) {
+  std::string strText;
+  for (const std::string_view& strPiece : rgPiece) {
+    if (&strPiece != rgPiece.begin()) strText += ':';
+    strText += strPiece;
+  }
+  std::array<unsigned char, EVP_MAX_MD_SIZE> rgHash;
+  unsigned int nBytes = 0;
+  if (EVP_Digest(strText.data(), strText.size(), rgHash.data(), &nBytes, algorithm.fnHash(), nullptr) != 1) return {};
+  return Hex(rgHash.data(), nBytes);
+}
+
 const DIGEST_ALGORITHM* FindAlgorithm(const std::string& strName) {
   const std::string strWanted = LowerCase(strName.empty() ? "MD5" : strName);
   const auto* const pFound =
       std::find_if(std::begin(k_rgAlgorithm), std::end(k_rgAlgorithm),
                    [&](const DIGEST_ALGORITHM& algorithm) { return LowerCase(algorithm.pName) == strWanted; });
-  return pFound == std::end(k_rgAlgorithm) ? nullptr : pFound;
+  const bool blKnown = pFound != std::end(k_rgAlgorithm);
+  // A system may forbid some: MD5 where cryptography is regulated.
+  return blKnown && !Hash(*pFound, {""}).empty() ? pFound : nullptr;
 }
 
 // Nothing when only protections are offered that are not known.
@@ -153,29 +178,6 @@ std::optional<DIGEST_CHALLENGE> Understand(const CHALLENGE_TEXT& text) {
                              LowerCase(text.Param("stale")) == "true"};
   if (text.mapParam.count("opaque") != 0) challenge.strOpaque = text.Param("opaque");
   return challenge;
-}
-
-std::string Hex(const unsigned char* pBytes, std::size_t nBytes) {
-  constexpr const char* pDigits = "0123456789abcdef";
-  std::string strText;
-  for (std::size_t nAt = 0; nAt < nBytes; ++nAt) {
-    strText += pDigits[pBytes[nAt] >> 4];
-    strText += pDigits[pBytes[nAt] & 15];
-  }
-  return strText;
-}
-
-// Hash of the pieces, joined by ":", in hexadecimal digits; empty when the system does not offer it.
-std::string Hash(const DIGEST_ALGORITHM& algorithm, std::initializer_list<std::string_view> rgPiece) {
-  std::string strText;
-  for (const std::string_view& strPiece : rgPiece) {
-    if (&strPiece != rgPiece.begin()) strText += ':';
-    strText += strPiece;
-  }
-  std::array<unsigned char, EVP_MAX_MD_SIZE> rgHash;
-  unsigned int nBytes = 0;
-  if (EVP_Digest(strText.data(), strText.size(), rgHash.data(), &nBytes, algorithm.fnHash(), nullptr) != 1) return {};
-  return Hex(rgHash.data(), nBytes);
 }
 
 std::string Quoted(std::string_view strText) {
@@ -264,7 +266,8 @@ bool HttpDigest::Begin(const HTTP_ACCOUNT& account) {
     m_strPassword = account.strPassword;
   }
   m_blAuthorized = false;
-  return m_challenge.has_value();
+  m_blChallenged = m_challenge.has_value();
+  return m_blChallenged;
 }
 
 std::string HttpDigest::Authorize(const HTTP_MESSAGE& message) {
@@ -281,17 +284,28 @@ void HttpDigest::Accepted() {
 }
 
 bool HttpDigest::Refused(const std::vector<std::string>& rgHeader) {
-  std::optional<DIGEST_CHALLENGE> challenge = FindDigestChallenge(rgHeader);
   const bool blWasAccepted = m_blAccepted;
-  if (m_blAuthorized && !(challenge && challenge->blStale)) {
-    Take(std::nullopt);
-    (blWasAccepted ? m_blNonceOnce : m_blAccountRefused) = true;
+  // Settled before the new challenge is read, for which memory may be lacking: no try follows one that was refused, or
+  // for which no answer could be made.
+  if (m_blChallenged && !(m_blAuthorized && blWasAccepted)) m_blGivenUp = true;
+  Take(std::nullopt);
+  std::optional<DIGEST_CHALLENGE> challenge = FindDigestChallenge(rgHeader);
+  if (m_blAuthorized) return TryRefused(std::move(challenge), blWasAccepted);
+  if (!challenge || m_blGivenUp || m_strUser.empty() || HasControls(m_strUser)) return false;
+  Take(std::move(challenge));
+  return true;
+}
+
+// Another try may follow only when the nonce was too old. One that is too old when it is used for the first time waits
+// for the next call: no loop.
+bool HttpDigest::TryRefused(std::optional<DIGEST_CHALLENGE> challenge, bool blWasAccepted) {
+  if (!challenge || !challenge->blStale) {
+    m_blNonceOnce = m_blNonceOnce || blWasAccepted;
     return false;
   }
-  const bool blTry = challenge && !m_blAccountRefused && !m_strUser.empty() && !HasControls(m_strUser);
-  if (blTry) Take(std::move(challenge));
-  // A nonce that is stale when it is used for the first time waits for the next call: no loop.
-  return blTry && (!m_blAuthorized || blWasAccepted);
+  m_blGivenUp = false;
+  Take(std::move(challenge));
+  return blWasAccepted;
 }
 
 void HttpDigest::Take(std::optional<DIGEST_CHALLENGE> challenge) {

@@ -78,14 +78,16 @@ class HttpDigest {
   bool Refused(const std::vector<std::string>& rgHeader);
 
  private:
+  bool TryRefused(std::optional<DIGEST_CHALLENGE> challenge, bool blWasAccepted);
   void Take(std::optional<DIGEST_CHALLENGE> challenge);
 
   std::string m_strUser;
   std::string m_strPassword;
   std::optional<DIGEST_CHALLENGE> m_challenge;  // to be answered by the next request
   std::uint32_t m_nUses = 0;                    // of its nonce
-  bool m_blAuthorized = false;                  // the request carries an answer
+  bool m_blChallenged = false;                  // the request needs an answer
+  bool m_blAuthorized = false;                  // the request carries it
   bool m_blAccepted = false;                    // the challenge's nonce was accepted before
   bool m_blNonceOnce = false;                   // this camera takes a nonce once only, and does not say so
-  bool m_blAccountRefused = false;
+  bool m_blGivenUp = false;                     // the account was refused, or no answer can be made
 };

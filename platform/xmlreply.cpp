@@ -108,14 +108,20 @@ struct FAULTS {
   bool blFatal = false;  // other than badly encoded bytes
   bool blBadByte = false;
   bool blNoMemory = false;
-  bool blEmptyNamespace = false;  // xmlns:a=""
+  std::size_t nEmptyNamespaces = 0;  // xmlns:a=""
 };
+
+// The code alone says only that something is wrong with a namespace.
+bool IsEmptyNamespace(const xmlError& error) {
+  return error.code == XML_NS_ERR_XML_NAMESPACE && error.message != nullptr &&
+         std::string_view(error.message).find("Empty XML namespace") != std::string_view::npos;
+}
 
 // An undeclared prefix is no fatal fault: such a document is well formed.
 void NoteFault(void* pContext, xmlErrorPtr pError) {
   FAULTS& faults = *static_cast<FAULTS*>(static_cast<xmlParserCtxt*>(pContext)->_private);
   if (PlatformXmlSilence::IsNoMemory(*pError)) faults.blNoMemory = true;
-  if (pError->code == XML_NS_ERR_XML_NAMESPACE) faults.blEmptyNamespace = true;
+  if (IsEmptyNamespace(*pError)) ++faults.nEmptyNamespaces;
   if (pError->level == XML_ERR_FATAL) (IsBadlyEncoded(*pError) ? faults.blBadByte : faults.blFatal) = true;
 }
 
@@ -128,8 +134,20 @@ XML_REPLY Refused(XML_REPLY_RESULT eResult) {
   return {eResult, nullptr};
 }
 
-bool HoldsEmptyValue(const std::string& strText) {
-  return strText.find("\"\"") != std::string::npos || strText.find("''") != std::string::npos;
+// How often a prefix is declared for no namespace, as xmlns:a="" or xmlns:a = ''.
+std::size_t CountEmptyNamespaces(std::string_view strText) {
+  constexpr std::string_view strName = "xmlns:";
+  constexpr const char* pBlanks = " \t\r\n";
+  std::size_t nCount = 0;
+  for (std::size_t nAt = 0; (nAt = strText.find(strName, nAt)) != std::string_view::npos; nAt += strName.size()) {
+    std::size_t nValue = strText.find_first_of("=<>", nAt);
+    if (nValue == std::string_view::npos) break;
+    nValue = strText.find_first_not_of(pBlanks, nValue + 1);
+    const std::string_view strValue =
+        nValue == std::string_view::npos ? strText.substr(0, 0) : strText.substr(nValue, 2);
+    if (strValue == "\"\"" || strValue == "''") ++nCount;
+  }
+  return nCount;
 }
 
 XML_REPLY ParseUtf8(const std::string& strText) {
@@ -144,7 +162,7 @@ XML_REPLY ParseUtf8(const std::string& strText) {
   OwnedXmlDoc pDoc(xmlCtxtReadDoc(pParser.get(), pText, nullptr, nullptr, k_nParseOptions));
   // libxml2 takes a namespace for which it gets no memory, or which begins with a bad byte, for an empty one.
   const bool blLostNamespace =
-      faults.blEmptyNamespace && !faults.blFatal && !faults.blBadByte && !HoldsEmptyValue(strText);
+      !faults.blFatal && !faults.blBadByte && faults.nEmptyNamespaces > CountEmptyNamespaces(strText);
   // Before the other faults: without memory a good document looks like a bad one.
   if (faults.blNoMemory || silence.HadNoMemory() || blLostNamespace) return Refused(XML_REPLY_RESULT::OutOfMemory);
   if (faults.blFatal || !pDoc) return Refused(XML_REPLY_RESULT::NotXml);

@@ -64,6 +64,7 @@ SimcamProcess::SimcamProcess(const std::string& program, const std::string& mode
   input = Descriptor();  // the output ends with the program
   m_process = Descriptor(static_cast<int>(syscall(SYS_pidfd_open, m_pid, 0)));
   try {
+    if (m_process.Get() < 0) throw SimcamError("the simulated cameras cannot be watched: no pidfd_open here");
     ReadPorts(program, count);
   } catch (const SimcamError&) {
     End();
@@ -77,7 +78,8 @@ SimcamProcess::~SimcamProcess() {
 
 void SimcamProcess::End() {
   kill(m_pid, SIGTERM);
-  if (!IsReadable(m_process.Get(), kEnd_ms)) kill(m_pid, SIGKILL);
+  const bool watched = m_process.Get() >= 0;
+  if (!watched || !IsReadable(m_process.Get(), kEnd_ms)) kill(m_pid, SIGKILL);
   waitpid(m_pid, nullptr, 0);
 }
 

@@ -24,7 +24,7 @@ Evidence Unauthorized() {
 
 bool MayAskAfter(const std::vector<Evidence>& seen) {
   AccountGuard guard;
-  for (const Evidence& evidence : seen) guard.Observe(evidence);
+  for (Evidence evidence : seen) guard.Observe(evidence);
   EXPECT_EQ(guard.Refusal().has_value(), !guard.MayAsk());
   return guard.MayAsk();
 }
@@ -56,11 +56,27 @@ TEST(AccountGuard, ProvenAccountMayBeRefusedOnceInBetween) {
 
 TEST(AccountGuard, RefusalIsKeptForTheReport) {
   AccountGuard guard;
-  guard.Observe(WithFault("ter:NotAuthorized"));
-  guard.Observe(Answered("GetProfilesResponse"));
+  Evidence refusal = WithFault("ter:NotAuthorized");
+  guard.Observe(refusal);
+  Evidence later = Answered("GetProfilesResponse");
+  guard.Observe(later);
   ASSERT_TRUE(guard.Refusal());
   EXPECT_EQ(guard.Refusal()->fault->subcode, "ter:NotAuthorized");
   EXPECT_FALSE(guard.MayAsk());
+}
+
+TEST(AccountGuard, TriesInARowAreAddedUp) {
+  AccountGuard guard;
+  Evidence proof = Answered("GetProfilesResponse");
+  guard.Observe(proof);
+  for (int tries = 1; tries <= 2; ++tries) {
+    Evidence refusal = Unauthorized();
+    refusal.digestTries = 1;
+    guard.Observe(refusal);
+    EXPECT_EQ(refusal.tokenTries, tries);
+    EXPECT_EQ(refusal.digestTries, tries);
+  }
+  EXPECT_EQ(guard.Refusal()->tokenTries, 2);
 }
 
 }  // namespace

@@ -78,12 +78,20 @@ TEST(FindCause, TriesWithHttpDigestAreCounted) {
               HasSubstr(", tried once with a token and 2 times with HTTP Digest"));
 }
 
+TEST(FindCause, SeveralTriesWithTokensAreCounted) {
+  Evidence evidence = WithFault("ter:NotAuthorized", "no");
+  evidence.tokenTries = 2;
+  EXPECT_THAT(FindCause(evidence, 5, kParty).cause, HasSubstr(", tried 2 times"));
+}
+
 TEST(FindCause, CameraThatWantsThePasswordOpenly) {
   Evidence evidence = Exchange(HTTP_POST_AUTH_REFUSED, 401);
   evidence.challenges = "Basic";
   const Cause cause = FindCause(evidence, 5, kParty);
   EXPECT_EQ(cause.cause, "the camera asks for HTTP Basic, which would send the password openly (tried once)");
   EXPECT_THAT(cause.remedy, HasSubstr("switch Digest or token authentication on"));
+  EXPECT_FALSE(MayBeTheClock(cause));
+  EXPECT_TRUE(MayBeTheClock(FindCause(Exchange(HTTP_POST_AUTH_REFUSED, 401), 5, kParty)));
 }
 
 TEST(FindCause, FaultInAnAnswerThatClaimsSuccess) {

@@ -49,7 +49,8 @@ const std::vector<Fault>& GeneralFaults();
 /// `body` cut off at every `step`th byte, as a whole answer and as a broken one.
 std::vector<Fault> CutFaults(const std::string& body, std::size_t step);
 
-/// Each element of the Body's content missing and doubled, and "abc" in the place of each number. The name says where, as "missing GetProfilesResponse/Profiles#2/Name": "#2" for the second of its name.
+/// Each element of the Body's content missing and doubled, and "abc" in the place of each number. The name says where,
+/// as "missing GetProfilesResponse/Profiles#2/Name": "#2" for the second of its name.
 std::vector<Fault> ElementFaults(const std::string& body);
 
 }  // namespace faults

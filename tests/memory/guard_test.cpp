@@ -36,9 +36,9 @@ TEST(AtBoundary, ExceptionIsLoggedInOneLineThatNamesTheOperation) {
   EXPECT_THAT(
       LogLines(),
       testing::ElementsAre(
-          testing::ContainsRegex(" onvif/camapi-onvif:[0-9]+:GetPresets\\(\\): The operation broke off: beyond$"),
+          testing::ContainsRegex(" onvif/boundary:[0-9]+:GetPresets\\(\\): The operation broke off: beyond$"),
           testing::ContainsRegex(
-              " onvif/camapi-onvif:[0-9]+:SetPreset\\(\\): The operation broke off: unknown exception$")));
+              " onvif/boundary:[0-9]+:SetPreset\\(\\): The operation broke off: unknown exception$")));
 }
 
 TEST(AtBoundary, LineIsLoggedWithoutAnyMemory) {

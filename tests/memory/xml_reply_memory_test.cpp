@@ -27,9 +27,9 @@ std::string RichAnswer() {
   std::string list;
   for (int number = 0; number < 20; ++number) {
     list += "<tt:Item xmlns:x" + std::to_string(number) + "='urn:x' token='a&amp;b' x" + std::to_string(number) +
-            ":y='longer than a short text'>text &lt;" + std::to_string(number) + "&#38;</tt:Item>";
+            ":y='longer than a short text' empty='' other=\"\">text &lt;" + std::to_string(number) + "&#38;</tt:Item>";
   }
-  return Envelope("<trt:R xml:lang='en'><!-- note --><?pi x?><![CDATA[<raw>]]>" + list + "<tt:Long>" +
+  return Envelope("<trt:R xml:lang='en' xmlns:none=''><!-- note --><?pi x?><![CDATA[<raw>]]>" + list + "<tt:Long>" +
                   std::string(1500, 'x') + "</tt:Long></trt:R>");
 }
 
@@ -59,7 +59,8 @@ TEST(XmlReplyMemory, AnswerThatIsNotReadWholeIsNotTakenForOne) {
 }
 
 TEST(XmlReplyMemory, EmptyNamespaceOfTheCameraIsNoLackOfMemory) {
-  for (const char* text : {"<a xmlns:b=\"\"/>", "<a xmlns:b=''/>"}) {
+  for (const char* text :
+       {"<a xmlns:b=\"\"/>", "<a xmlns:b=''/>", "<a xmlns:b = \n''/>", "<a xmlns:b=''><b xmlns:c=''/></a>"}) {
     EXPECT_EQ(ParseXmlReply(text).eResult, XML_REPLY_RESULT::Parsed) << text;
   }
 }

@@ -1,8 +1,10 @@
 // When a request is sent with HTTP credentials, and when it never is.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <openssl/evp.h>
 
 #include "tests/platform/http_client_fixture.h"
+#include "tests/support/child_process.h"
 
 namespace {
 
@@ -74,9 +76,42 @@ TEST_F(HttpAuthentication, FirstRequestGoesWithoutAndTheChallengeIsAnswered) {
 
 TEST_F(HttpAuthentication, AddressIsThatOfTheRequestLine) {
   Answer({Challenged("n1"), Reply::Ok("<a/>")});
-  m_client.Post("a%2Fb?c=d");
+  m_client.Post("/a%2Fb\xc3\xb6?c=\xc3\xb6");
   const HttpRequest request = m_camera.Requests().at(1);
   EXPECT_EQ(Between(request.Header("Authorization"), "uri=\"", "\""), request.target);
+}
+
+// Otherwise a camera that writes a wrong length is sent the wrong password again and again.
+TEST_F(HttpAuthentication, RefusalCountsAlsoWhenItsAnswerBreaksOff) {
+  const Reply broken =
+      Reply::Raw("HTTP/1.1 401 No\r\nWWW-Authenticate: Digest nonce=\"n2\"\r\nContent-Length: 10\r\n\r\nabc");
+  Answer({Challenged("n1"), broken, broken, Challenged("n3")});
+  ExpectPost(HTTP_POST_AUTH_REFUSED, {"-", "n1 00000001"});
+  EXPECT_EQ(m_challenges, "Digest MD5");
+  ExpectPost(HTTP_POST_AUTH_REFUSED, {"-"});
+  ExpectPost(HTTP_POST_AUTH_REFUSED, {"-"});
+}
+
+TEST_F(HttpAuthentication, ChallengeThatBreaksOffIsAnsweredAtTheNextCall) {
+  const Reply broken =
+      Reply::Raw("HTTP/1.1 401 No\r\nWWW-Authenticate: Digest nonce=\"n1\", qop=auth\r\nContent-Length: 10\r\n\r\nabc");
+  Answer({broken, Reply::Ok("<a/>")});
+  ExpectPost(HTTP_POST_AUTH_REFUSED, {"-"});
+  ExpectPost(HTTP_POST_OK, {"n1 00000001"});
+}
+
+// As where cryptography is regulated.
+TEST_F(HttpAuthentication, AlgorithmThatTheSystemLacksIsNotTried) {
+  Answer({Challenged("n1")});
+  const int port = m_camera.Port();
+  const auto post = [port] {
+    EVP_set_default_properties(nullptr, "provider=none");
+    HttpClient client(kLoopback, port);
+    const HTTP_EXCHANGE exchange = client.Post("/", "<q/>", {"user", "secret"}, kTimeout_s);
+    return exchange.nDigestTries == 0 ? static_cast<int>(exchange.eResult) : -1;
+  };
+  EXPECT_EQ(testsupport::RunInChild(post), HTTP_POST_AUTH_REFUSED);
+  EXPECT_EQ(m_camera.Requests().size(), 1u);
 }
 
 TEST_F(HttpAuthentication, AcceptedNonceIsUsedForTheNextCalls) {
@@ -219,7 +254,7 @@ TEST_F(HttpAuthentication, CredentialsAreInNoReportOfTheExchange) {
   });
   Answer({Challenged("n1"), Challenged("n2"), Challenged("n3"), Reply::Reset()});
   for (int i = 0; i < 3; ++i) m_client.Post();
-  EXPECT_THAT(report, testing::Not(testing::HasSubstr("secret")));
+  EXPECT_THAT(report, testing::Not(testing::HasSubstr("s3cret")));
   EXPECT_THAT(report, testing::Not(testing::HasSubstr("n1")));
 }
 

@@ -29,7 +29,7 @@ struct Posted {
 class PlainCamera : public CameraAPI {
  public:
   explicit PlainCamera(int port, const std::string& host = kLoopback)
-      : CameraAPI(host, port, "user", "secret", "profile", true) {}
+      : CameraAPI(host, port, "user", "s3cret word", "profile", true) {}
 
   Posted Post(const std::string& path = "/onvif/x", const std::string& request = "<q/>", int timeout_s = kTimeout_s);
 };

@@ -82,6 +82,7 @@ TEST_F(HttpClientTest, OtherFormsOfAnAnswerAreRead) {
       {"HTTP/1.1 200 OK\nContent-Length: 4\n\n<a/>", "<a/>"},
       {"HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\n<a/>", "<a/>"},
       {"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n2\r\n<a\r\n2;x=y\r\n/>\r\n0\r\n\r\n", "<a/>"},
+      {"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n4\r\n<a/>\r\n0\r\nX-Trailer: y\r\n\r\n", "<a/>"},
       {"HTTP/1.1 200 OK\r\nContent-Type: text/html\r\nContent-Length: 4\r\n\r\n<a/>", "<a/>"},
       {"HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\n<a/>and more", "<a/>"},
   };

@@ -54,6 +54,17 @@ TEST(ParseXmlReply, DocumentsThatAreRead) {
   for (const auto& c : kCases) EXPECT_EQ(ContentOf(c.text), c.content) << testing::PrintToString(c.text);
 }
 
+// libxml2 complains about them, and no more.
+TEST(ParseXmlReply, OddNamespacesAreRead) {
+  for (const char* text :
+       {"<a xmlns:xml='urn:x'/>", "<a xmlns='http://www.w3.org/XML/1998/namespace'/>",
+        "<a xmlns:b='http://www.w3.org/XML/1998/namespace'/>", "<a xmlns:b='http://www.w3.org/2000/xmlns/'/>",
+        "<a xmlns:xmlns='http://www.w3.org/2000/xmlns/'/>", "<a xmlns:b=''/>", "<a xmlns=''/>",
+        "<a xmlns:b='not a URI'/>"}) {
+    EXPECT_EQ(ParseXmlReply(text).eResult, XML_REPLY_RESULT::Parsed) << text;
+  }
+}
+
 TEST(ParseXmlReply, TextsThatAreNoDocument) {
   const std::string kCases[] = {
       "",

@@ -59,6 +59,11 @@ class Behaviour(unittest.TestCase):
                     self.assertTrue(named, "the row names no test")
                     self.assertEqual([test for test in named if test not in existing], [])
 
+    def test_nothing_is_left_to_be_filled_in(self):
+        for name in DOCUMENTS:
+            with open(os.path.join(programs.SOURCE_DIR, "docs", name), encoding="utf-8") as file:
+                self.assertNotRegex(file.read(), "@[A-Z]+@|TODO")
+
     def test_rules_would_notice(self):
         self.assertEqual(rows("| what | held by |\n|---|---|\n| a \\| b | `X.Y` |\ntext\n"), [["a \\| b", "`X.Y`"]])
         self.assertEqual(TEST.findall("TEST(A, B) {\nTEST_F(C, D) {\n  TEST_P(E,\n  F) {"),

@@ -18,6 +18,7 @@ def soak(*arguments, seconds=15):
     done = subprocess.run([SOAK, "--cameras", "8", "--minutes", f"{seconds / 60:.3f}", *arguments],
                           env=programs.environment(LD_PRELOAD=None), stdin=subprocess.DEVNULL, capture_output=True,
                           text=True, timeout=LIMIT_S, check=False)
+    programs.require_no_secret(done.stdout, done.stderr)
     return done.returncode, done.stdout, done.stderr
 
 
