@@ -107,7 +107,7 @@ std::string Times(int count) {
 
 // How often the account was tried.
 std::string TriesText(const Evidence& evidence) {
-  const std::string tokens = "tried " + Times(evidence.tokenTries);
+  std::string tokens = "tried " + Times(evidence.tokenTries);
   if (evidence.digestTries == 0) return tokens;
   return tokens + " with a token and " + Times(evidence.digestTries) + " with HTTP Digest";
 }

@@ -33,12 +33,11 @@ TEST(AtBoundary, ExceptionIsLoggedInOneLineThatNamesTheOperation) {
   ClearLog();
   AtBoundary("GetPresets", []() -> int { throw std::out_of_range("beyond"); });
   AtBoundary("SetPreset", []() -> int { throw 7; });
-  EXPECT_THAT(
-      LogLines(),
-      testing::ElementsAre(
-          testing::ContainsRegex(" onvif/boundary:[0-9]+:GetPresets\\(\\): The operation broke off: beyond$"),
-          testing::ContainsRegex(
-              " onvif/boundary:[0-9]+:SetPreset\\(\\): The operation broke off: unknown exception$")));
+  EXPECT_THAT(LogLines(),
+              testing::ElementsAre(
+                  testing::ContainsRegex(" onvif/boundary:[0-9]+:GetPresets\\(\\): The operation broke off: beyond$"),
+                  testing::ContainsRegex(
+                      " onvif/boundary:[0-9]+:SetPreset\\(\\): The operation broke off: unknown exception$")));
 }
 
 TEST(AtBoundary, LineIsLoggedWithoutAnyMemory) {

@@ -12,14 +12,12 @@ DOCUMENTS = {"behaviour.md": (60, 4), "reliability.md": (25, 3)}  # least rows, 
 
 
 def rows(document):
-    """The cells of each table row, without heading and rule."""
+    """The cells of each row of the tables whose last column is "held by", without heading and rule."""
     found = []
-    for line in document.splitlines():
-        if not line.startswith("|"):
-            continue
-        cells = [cell.strip() for cell in re.split(r"(?<!\\)\|", line.strip("|"))]
-        if cells[-1] != "held by" and set(cells[-1]) != {"-"}:
-            found.append(cells)
+    for table in re.findall(r"(?:^\|.*\n)+", document, re.MULTILINE):
+        lines = [[cell.strip() for cell in re.split(r"(?<!\\)\|", line.strip("|"))] for line in table.splitlines()]
+        if lines[0][-1] == "held by":
+            found += lines[2:]
     return found
 
 
