@@ -28,7 +28,7 @@ int ReadTimeout(const std::string& text) {
   return ReadWhole(text, 1, highest, "--timeout", "time in seconds");
 }
 
-bool ReadClock(const std::string& text) {
+bool WantsCameraClock(const std::string& text) {
   if (text != "camera" && text != "here") throw UsageError("--clock '" + text + "' is no clock; give camera or here");
   return text == "camera";
 }
@@ -134,7 +134,7 @@ Target RealTarget(const ConnectionOptions& options) {
 
 Target OpenTarget(const ConnectionOptions& options) {
   const int timeout = options.timeout ? ReadTimeout(*options.timeout) : 0;
-  const bool cameraClock = options.clock && ReadClock(*options.clock);
+  const bool cameraClock = options.clock && WantsCameraClock(*options.clock);
   const std::string profiles = options.profiles ? CheckedProfiles(*options.profiles, "--profiles") : "";
   Target target = options.simulated ? SimulatedTarget(options) : RealTarget(options);
   target.connection.timeoutSeconds = timeout;

@@ -7,7 +7,7 @@
 
 #include "simcam/quirks/quirk.h"
 #include "simcam/simcamera.h"
-#include "tests/simcam/bench.h"
+#include "tests/simcam/with_control.h"
 
 namespace {
 
@@ -17,14 +17,8 @@ using simcamtest::Element;
 using simcamtest::Envelope;
 using simcamtest::HttpConnection;
 using simcamtest::HttpReply;
+using simcamtest::WithControl;
 using testing::HasSubstr;
-
-simcam::CameraOptions WithControl(std::shared_ptr<simcamtest::ManualClock> clock) {
-  simcam::CameraOptions options;
-  options.controlPort = 0;
-  options.clock = std::move(clock);
-  return options;
-}
 
 class ControlAddress : public testing::Test {
  protected:

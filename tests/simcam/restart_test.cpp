@@ -6,8 +6,8 @@
 #include <nlohmann/json.hpp>
 
 #include "simcam/simcamera.h"
-#include "tests/simcam/bench.h"
 #include "tests/simcam/digestclient.h"
+#include "tests/simcam/with_control.h"
 
 namespace {
 
@@ -18,16 +18,10 @@ using simcamtest::Envelope;
 using simcamtest::HttpConnection;
 using simcamtest::HttpReply;
 using simcamtest::Token;
+using simcamtest::WithControl;
 using std::chrono::hours;
 using std::chrono::milliseconds;
 using testing::HasSubstr;
-
-simcam::CameraOptions WithControl(std::shared_ptr<simcamtest::ManualClock> clock) {
-  simcam::CameraOptions options;
-  options.controlPort = 0;
-  options.clock = std::move(clock);
-  return options;
-}
 
 class RunningCamera : public testing::Test {
  protected:
