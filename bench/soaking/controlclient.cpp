@@ -9,7 +9,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "bench/soaking/descriptor.h"
+#include "tests/support/unique_fd.h"
 
 namespace soak {
 
@@ -22,8 +22,8 @@ constexpr std::size_t kMostAnswer = std::size_t{64} * 1024;  // bytes
   throw ControlError("control address on port " + std::to_string(port) + ": " + what);
 }
 
-Descriptor Connect(std::uint16_t port) {
-  Descriptor connection(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+testsupport::UniqueFd Connect(std::uint16_t port) {
+  testsupport::UniqueFd connection(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
   if (!connection.IsOpen()) Fail(port, std::strerror(errno));
   for (const int direction : {SO_RCVTIMEO, SO_SNDTIMEO}) {
     setsockopt(connection.Get(), SOL_SOCKET, direction, &kPatience, sizeof kPatience);
@@ -39,7 +39,7 @@ Descriptor Connect(std::uint16_t port) {
 }
 
 // All that comes until the camera ends the connection.
-std::string ReceiveAll(const Descriptor& connection) {
+std::string ReceiveAll(const testsupport::UniqueFd& connection) {
   std::string answer;
   std::array<char, 4096> piece{};
   ssize_t count = 0;
@@ -54,7 +54,7 @@ std::string ReceiveAll(const Descriptor& connection) {
 void Tell(std::uint16_t controlPort, const std::string& method, const std::string& target, const std::string& body) {
   const std::string request = method + " " + target + " HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n" +
                               "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
-  const Descriptor connection = Connect(controlPort);
+  const testsupport::UniqueFd connection = Connect(controlPort);
   if (send(connection.Get(), request.data(), request.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(request.size())) {
     Fail(controlPort, std::string("the request was not taken: ") + std::strerror(errno));
   }

@@ -49,8 +49,8 @@ std::uint16_t PortIn(const std::string& line, const std::string& before) {
 SimcamProcess::SimcamProcess(const std::string& program, const std::string& model, int count) {
   std::array<int, 2> ends{};
   if (pipe2(ends.data(), O_CLOEXEC) != 0) throw SimcamError(std::strerror(errno));
-  m_output = Descriptor(ends[0]);
-  Descriptor input(ends[1]);
+  m_output = testsupport::UniqueFd(ends[0]);
+  testsupport::UniqueFd input(ends[1]);
   std::vector<std::string> texts = {program,     "--model",        model, "--count", std::to_string(count),
                                     "--no-rtsp", "--control-port", "0"};
   std::vector<char*> arguments;
@@ -61,8 +61,8 @@ SimcamProcess::SimcamProcess(const std::string& program, const std::string& mode
   m_pid = fork();
   if (m_pid == 0) Become(arguments, input.Get(), parent);
   if (m_pid == -1) throw SimcamError(std::strerror(errno));
-  input = Descriptor();  // the output ends with the program
-  m_process = Descriptor(static_cast<int>(syscall(SYS_pidfd_open, m_pid, 0)));
+  input = testsupport::UniqueFd();  // the output ends with the program
+  m_process = testsupport::UniqueFd(static_cast<int>(syscall(SYS_pidfd_open, m_pid, 0)));
   try {
     if (m_process.Get() < 0) throw SimcamError("the simulated cameras cannot be watched: no pidfd_open here");
     ReadPorts(program, count);

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "bench/soaking/descriptor.h"
+#include "tests/support/unique_fd.h"
 
 namespace soak {
 
@@ -48,8 +48,8 @@ class SimcamProcess {
   void ReadPorts(const std::string& program, int count);
   void End();
 
-  Descriptor m_output;
-  Descriptor m_process;
+  testsupport::UniqueFd m_output;
+  testsupport::UniqueFd m_process;
   pid_t m_pid = -1;
   std::string m_unread;
   std::vector<CameraPorts> m_cameras;
