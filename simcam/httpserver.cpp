@@ -38,7 +38,7 @@ struct Connection {
   int socket = -1;
   bool isAnswered = false;  // right now, past the library
   bool dropsNextRequest = false;
-  std::shared_ptr<std::atomic<bool>> idleClose;  // calls off the end that was planned for an idle connection
+  std::shared_ptr<Plan> idleClose;  // the end of the connection when it stays idle
 };
 using Connections = std::list<Connection>;
 
@@ -207,10 +207,10 @@ class HttpServer::Daemon {
   MHD_Result Begin(MHD_Connection* connection, const char* method, Exchange& exchange) {
     Connection& entry = EntryOf(connection);
     Touch(entry);
-    if (entry.dropsNextRequest || !m_admits()) {
+    // A connection that has begun to end must not handle one more request, whose answer would be lost.
+    if (!CallOffIdleClose(entry) || entry.dropsNextRequest || !m_admits()) {
       return MHD_NO;
     }
-    CallOffIdleClose(entry);
     exchange.hasBegun = true;
     exchange.request.method = method;
     exchange.request.port = PortOf(MHD_get_connection_info(connection, MHD_CONNECTION_INFO_DAEMON)->daemon);
@@ -267,19 +267,18 @@ class HttpServer::Daemon {
   }
 
   void PlanIdleClose(Connection& entry, std::chrono::milliseconds delay) {
-    entry.idleClose = std::make_shared<std::atomic<bool>>(false);
+    entry.idleClose = std::make_shared<Plan>();
     Sending sending;
     sending.socket = entry.socket;
     sending.delay = delay;
-    sending.isCalledOff = entry.idleClose;
+    sending.plan = entry.idleClose;
     m_sender.Take(std::move(sending));
   }
 
-  static void CallOffIdleClose(Connection& entry) {
-    if (entry.idleClose) {
-      *entry.idleClose = true;
-      entry.idleClose.reset();
-    }
+  // False when it has begun.
+  static bool CallOffIdleClose(Connection& entry) {
+    const std::shared_ptr<Plan> plan = std::exchange(entry.idleClose, nullptr);
+    return !plan || plan->CallOff();
   }
 
   static void OnConnection(void* self, MHD_Connection* connection, void** context,

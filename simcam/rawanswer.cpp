@@ -123,7 +123,8 @@ struct Job {
         next(SteadyClock::now() + sending.delay),
         deadline(SteadyClock::now() + kMaxSendingTime) {}
 
-  bool IsCalledOff() const { return sending.isCalledOff && *sending.isCalledOff; }
+  bool Begin() const { return !sending.plan || sending.plan->Begin(); }
+  bool IsCalledOff() const { return sending.plan && sending.plan->IsCalledOff(); }
   bool IsSent() const { return sent == sending.bytes.size(); }
 
   Descriptor socket;
@@ -178,7 +179,7 @@ bool End(Job& job) {
 }
 
 void Cut(const Job& job) {
-  if (job.sending.endsConnection && !job.IsCalledOff()) {
+  if (job.sending.endsConnection && job.Begin()) {
     shutdown(job.socket.Number(), SHUT_RDWR);
   }
 }
@@ -194,6 +195,9 @@ bool Step(Job& job, SteadyClock::time_point now) {
   }
   if (job.isSilent || now < job.next) {
     return false;
+  }
+  if (!job.Begin()) {
+    return true;
   }
   if (!SendSome(job, now)) {
     Cut(job);

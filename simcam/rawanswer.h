@@ -19,6 +19,24 @@ constexpr std::chrono::seconds kMaxSendingTime{120};  // the longest that one ma
 // The bytes of an answer as its raw plan has them; all of them, or as many as the plan lets go.
 std::string RenderRaw(const HttpAnswer& answer, const RawPlan& plan);
 
+// Whether something planned happens: it can be called off until it has begun. Safe to use from several threads.
+class Plan {
+ public:
+  bool Begin() { return Become(State::Begun); }        // false when it is called off
+  bool CallOff() { return Become(State::CalledOff); }  // false when it has begun
+  bool IsCalledOff() const { return m_state == State::CalledOff; }
+
+ private:
+  enum class State { Planned, Begun, CalledOff };
+
+  bool Become(State next) {
+    State previous = State::Planned;
+    return m_state.compare_exchange_strong(previous, next) || previous == next;
+  }
+
+  std::atomic<State> m_state{State::Planned};
+};
+
 // What is to happen on a connection, in the order of the members.
 struct Sending {
   int socket = -1;                     // stays the caller's; a duplicate of it is used
@@ -27,8 +45,7 @@ struct Sending {
   std::chrono::milliseconds pausePerByte{0};
   bool endsConnection = true;  // else it is left as it is
   RawPlan::End end = RawPlan::End::Close;
-  std::shared_ptr<std::atomic<bool>>
-      isCalledOff;             // when it becomes true before the delay is over, nothing happens; may be null
+  std::shared_ptr<Plan> plan;  // begins when the delay is over; may be null
   std::function<void()> done;  // called on the sender's thread at the end, whatever it was; may be null
 };
 

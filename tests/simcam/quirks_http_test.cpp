@@ -239,6 +239,23 @@ TEST_F(HttpQuirks, IdleCloseSparesAConnectionInUse) {
   EXPECT_EQ(connection.ReceiveAll(std::chrono::milliseconds(400)).end, End::Silent) << "the last plan was called off";
 }
 
+// A request that is handled is answered: one that comes when its connection is ending may be sent again with its nonce.
+TEST_F(HttpQuirks, IdleCloseNeverSwallowsTheAnswerToARequestThatItHandled) {
+  m_camera.SwitchOn("http-idle-close=0");
+  for (int i = 0; i < 1000; ++i) {
+    const std::string request = simcamtest::PostRequest(
+        kDevicePath,
+        Envelope(SecurityHeader(simcamtest::MakeToken("admin", "simcam", std::chrono::system_clock::now())),
+                 Element("GetDeviceInformation", kDeviceNs)));
+    const HttpConnection connection(m_camera.Port());
+    connection.Send(Posted() + request);
+    if (connection.ReceiveAll(kLongest).bytes.find("GetDeviceInformationResponse") != std::string::npos) continue;
+    const HttpConnection again(m_camera.Port());
+    again.Send(request);
+    ASSERT_EQ(again.Receive().status, 200) << "round " << i;
+  }
+}
+
 // http-delay
 TEST_F(HttpQuirks, DelayKeepsTheConnectionAndTheAnswer) {
   m_camera.SwitchOn("http-delay=80#1");
