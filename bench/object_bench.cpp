@@ -1,0 +1,104 @@
+// What many driver objects hold: bytes of the heap, idle and connected, and TCP connections. Prints a JSON object.
+
+#include <malloc.h>
+
+#include <cstdio>
+#include <exception>
+#include <map>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "bench/canned_camera.h"
+#include "onvif/camapi-onvif.h"
+
+namespace {
+
+using Texts = std::map<std::string, std::string>;
+
+constexpr char kServicePath[] = "/onvif/service";
+
+/// The part of a driver that is the server's own: what the heap holds of it is the base of every driver.
+class BaseOnly : public CameraAPI {
+ public:
+  using CameraAPI::CameraAPI;
+};
+
+/// Bytes that were asked of malloc and not given back, with its own overhead.
+long InUse() {
+  const struct mallinfo2 info = mallinfo2();
+  return static_cast<long>(info.uordblks + info.hblkhd);
+}
+
+template <typename OBJECT>
+std::vector<std::unique_ptr<OBJECT>> Reserved(int count) {
+  std::vector<std::unique_ptr<OBJECT>> objects;
+  objects.reserve(static_cast<std::size_t>(count));
+  return objects;
+}
+
+long BytesPerBase(int count, int port) {
+  auto objects = Reserved<BaseOnly>(count);
+  const long before = InUse();
+  for (int i = 0; i < count; ++i) {
+    objects.push_back(std::make_unique<BaseOnly>("127.0.0.1", port, "admin", "password12", "p0,p1", true));
+  }
+  return (InUse() - before) / count;
+}
+
+/// The server calls these of every camera, again and again.
+void Tour(ONVIFAPI& driver) {
+  Texts texts;
+  std::map<int, std::string> presets;
+  std::string path;
+  int port = 0;
+  int flag = 0;
+  const int results[] = {driver.GetDeviceInfo(texts),
+                         driver.GetCapability(texts),
+                         driver.GetPathPort(path, port),
+                         driver.GetLivePathPort(path, port),
+                         driver.GetShotPathPort(path, port, flag),
+                         driver.GetPresets(presets)};
+  for (const int result : results) {
+    if (result != CAMERA_OK) throw std::runtime_error("an operation answered " + std::to_string(result));
+  }
+}
+
+void Measure(int count, const char* end) {
+  const bench::CannedCamera camera(bench::MakeAnswers({}));
+  CameraCap cap(Texts{{"media_entry", kServicePath}, {"ptz_entry", kServicePath}, {"ptz_pan", "continuous"}});
+  {
+    // What a first call leaves to the whole process is not an object's.
+    ONVIFAPI first("127.0.0.1", camera.Port(), "admin", "password12", "p0,p1", cap);
+    Tour(first);
+  }
+  const long base = BytesPerBase(count, camera.Port());
+  auto drivers = Reserved<ONVIFAPI>(count);
+  const long connectionsBefore = camera.Connections();
+  const long before = InUse();
+  for (int i = 0; i < count; ++i) {
+    drivers.push_back(std::make_unique<ONVIFAPI>("127.0.0.1", camera.Port(), "admin", "password12", "p0,p1", cap));
+  }
+  const long idle = InUse();
+  for (const auto& driver : drivers) Tour(*driver);
+  const long connected = InUse();
+  std::printf("  {\"objects\": %d, \"base\": %ld, \"idle\": %ld, \"connected\": %ld, \"connections\": %ld}%s\n", count,
+              base, (idle - before) / count, (connected - before) / count, camera.Connections() - connectionsBefore,
+              end);
+}
+
+}  // namespace
+
+int main() {
+  try {
+    std::printf("[\n");
+    Measure(200, ",");
+    Measure(1000, "");
+    std::printf("]\n");
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "object-bench: %s\n", error.what());
+    return 1;
+  }
+  return 0;
+}
