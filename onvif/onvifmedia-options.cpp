@@ -15,13 +15,19 @@ constexpr int k_nUsualFpsMax = 30;
 // Codecs with groups of pictures, and the element that lists their profiles.
 struct GOP_CODEC {
   const char* pName;
-  const char* pProfilesXPath;
+  const char* pProfilesPath;
 };
 
 constexpr GOP_CODEC k_rgGopCodec[] = {
-    {"MPEG4", "//tt:MPEG4//tt:Mpeg4ProfilesSupported"},
-    {"H264", "//tt:H264//tt:H264ProfilesSupported"},
+    {"MPEG4", "//tt:Mpeg4ProfilesSupported"},
+    {"H264", "//tt:H264ProfilesSupported"},
 };
+
+std::vector<xmlNode*> AllNodes(const XmlXPathObject& pFound) {
+  if (!pFound) return {};
+  const XmlNodes nodes(*pFound);
+  return {nodes.begin(), nodes.end()};
+}
 
 }  // namespace
 
@@ -35,40 +41,44 @@ RET_ONVIF OnvifMediaService::GetVideoEncoderConfigurationOptions(std::string str
                "</GetVideoEncoderConfigurationOptions>");
   if (reply.eRet != RET_ONVIF_OK) return reply.eRet;
   xmlDoc* const pDoc = reply.pDoc.get();
-  opt.strQualMin = ContentOr(pDoc, "//trt:Options//tt:QualityRange//tt:Min", "1");
-  opt.strQualMax = ContentOr(pDoc, "//trt:Options//tt:QualityRange//tt:Max", "100");
+  const std::vector<xmlNode*> rgOptions = FindOutermost(pDoc, "//trt:Options");
+  opt.strQualMin = ContentOr(rgOptions, "//tt:QualityRange//tt:Min", "1");
+  opt.strQualMax = ContentOr(rgOptions, "//tt:QualityRange//tt:Max", "100");
   for (const std::string& strCodec : m_rgstrCodec) {
-    const std::string strXPath = "//tt:" + strCodec;
-    if (!XmlXPathObject(GetXmlNodeSet(pDoc, strXPath.c_str()))) continue;
+    // Most cameras list a codec twice, the second time in an Extension.
+    const std::vector<xmlNode*> rgPart = FindOutermost(pDoc, ("//tt:" + strCodec).c_str());
+    if (rgPart.empty()) continue;
     OVF_MED_VDO_CODEC codec;
     codec.strName = strCodec;
-    if (!ReadCodecOptions(pDoc, strXPath, codec)) break;
+    if (!ReadCodecOptions(rgPart, codec)) break;
     opt.lstCodec.push_back(std::move(codec));
   }
   return RET_ONVIF_OK;
 }
 
-std::string OnvifMediaService::ContentOr(_xmlDoc* pDoc, const std::string& strXPath, const char* pDefault) {
+std::string OnvifMediaService::ContentOr(const std::vector<_xmlNode*>& rgPart, const char* pPath,
+                                         const char* pDefault) {
   std::string strText;
-  return GetNodeContentByPath(pDoc, strXPath, strText) == RET_ONVIF_OK ? strText : pDefault;
+  return GetNodeContent(FirstBelow(rgPart, pPath), strText) == RET_ONVIF_OK ? strText : pDefault;
 }
 
 // False when the sizes could not be read.
-bool OnvifMediaService::ReadCodecOptions(_xmlDoc* pDoc, const std::string& strXPath, OVF_MED_VDO_CODEC& codec) {
-  const std::string strReso = strXPath + "//tt:ResolutionsAvailable";
-  if (GetResoList(pDoc, strReso + "//tt:Width", strReso + "//tt:Height", codec) != RET_ONVIF_OK) return false;
+bool OnvifMediaService::ReadCodecOptions(const std::vector<_xmlNode*>& rgPart, OVF_MED_VDO_CODEC& codec) {
+  const RET_ONVIF eSizes = ReadResoList(FindBelow(rgPart, "//tt:ResolutionsAvailable//tt:Width"),
+                                        FindBelow(rgPart, "//tt:ResolutionsAvailable//tt:Height"), codec);
+  if (eSizes != RET_ONVIF_OK) return false;
 
-  codec.strFpsMin = ContentOr(pDoc, strXPath + "//tt:FrameRateRange//tt:Min", "");
+  codec.strFpsMin = ContentOr(rgPart, "//tt:FrameRateRange//tt:Min", "");
   if (ReadDecimal(codec.strFpsMin) < 1) codec.strFpsMin = "1";
-  codec.strFpsMax = ContentOr(pDoc, strXPath + "//tt:FrameRateRange//tt:Max", "30");
+  codec.strFpsMax = ContentOr(rgPart, "//tt:FrameRateRange//tt:Max", "30");
   // A range that reaches above 30 begins at 30. This is meant.
   if (ReadDecimal(codec.strFpsMax) > k_nUsualFpsMax) codec.strFpsMin = "30";
 
   for (const GOP_CODEC& gop : k_rgGopCodec) {
     if (codec.strName != gop.pName) continue;
-    codec.strGovMin = ContentOr(pDoc, strXPath + "//tt:GovLengthRange//tt:Min", "");
-    codec.strGovMax = ContentOr(pDoc, strXPath + "//tt:GovLengthRange//tt:Max", "");
-    codec.strProfilesSupported = ContentOr(pDoc, gop.pProfilesXPath, "");
+    codec.strGovMin = ContentOr(rgPart, "//tt:GovLengthRange//tt:Min", "");
+    codec.strGovMax = ContentOr(rgPart, "//tt:GovLengthRange//tt:Max", "");
+    codec.strProfilesSupported = ContentOr(rgPart, gop.pProfilesPath, "");
   }
   return true;
 }
@@ -78,15 +88,18 @@ RET_ONVIF OnvifMediaService::GetResoList(_xmlDoc* pDoc, std::string strWidthXPat
   if (pDoc == nullptr) return RET_ONVIF_INVALID_ARG;
   const XmlXPathObject pWidths(GetXmlNodeSet(pDoc, strWidthXPath.c_str()));
   const XmlXPathObject pHeights(GetXmlNodeSet(pDoc, strHeightXPath.c_str()));
-  if (!pWidths || !pHeights) return RET_ONVIF_XML_FAIL;
+  return ReadResoList(AllNodes(pWidths), AllNodes(pHeights), codec);
+}
+
+RET_ONVIF OnvifMediaService::ReadResoList(const std::vector<_xmlNode*>& rgWidth, const std::vector<_xmlNode*>& rgHeight,
+                                          OVF_MED_VDO_CODEC& codec) {
+  if (rgWidth.empty() || rgHeight.empty()) return RET_ONVIF_XML_FAIL;
   std::unordered_set<std::string> seen;
-  const XmlNodes heights(*pHeights);
-  xmlNode* const* ppHeight = heights.begin();
-  for (xmlNode* pWidth : XmlNodes(*pWidths)) {
-    std::string strWidth;
-    std::string strHeight;
-    if (GetNodeContent(pWidth, strWidth) != RET_ONVIF_OK) return RET_ONVIF_XML_FAIL;
-    if (ppHeight == heights.end() || GetNodeContent(*ppHeight++, strHeight) != RET_ONVIF_OK) return RET_ONVIF_XML_FAIL;
+  std::string strWidth;
+  std::string strHeight;
+  for (std::size_t nAt = 0; nAt < rgWidth.size(); ++nAt) {
+    if (GetNodeContent(rgWidth[nAt], strWidth) != RET_ONVIF_OK) return RET_ONVIF_XML_FAIL;
+    if (nAt >= rgHeight.size() || GetNodeContent(rgHeight[nAt], strHeight) != RET_ONVIF_OK) return RET_ONVIF_XML_FAIL;
     // By the texts as sent: "640" and "0640" are different sizes here.
     if (!seen.insert(strWidth + "x" + strHeight).second) continue;
     codec.lstReso.push_back({ReadDecimal(strWidth), ReadDecimal(strHeight)});

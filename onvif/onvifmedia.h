@@ -207,8 +207,10 @@ class CAMAPI_ONVIF_EXPORT OnvifMediaService : public OnvifServiceBase {
   enum class CONF_READ { Read, NoToken, NoEncoding, Unreadable };
 
   CONF_READ ReadConfHead(_xmlNode* pConf, std::string& strToken, std::string& strEncoding);
-  std::string ContentOr(_xmlDoc* pDoc, const std::string& strXPath, const char* pDefault);
-  bool ReadCodecOptions(_xmlDoc* pDoc, const std::string& strXPath, OVF_MED_VDO_CODEC& codec);
+  std::string ContentOr(const std::vector<_xmlNode*>& rgPart, const char* pPath, const char* pDefault);
+  bool ReadCodecOptions(const std::vector<_xmlNode*>& rgPart, OVF_MED_VDO_CODEC& codec);
+  RET_ONVIF ReadResoList(const std::vector<_xmlNode*>& rgWidth, const std::vector<_xmlNode*>& rgHeight,
+                         OVF_MED_VDO_CODEC& codec);
   bool ReadAudioOption(const _xmlNode* pOption, OVF_MED_AUD_CODEC& codec);
   RET_ONVIF AddCodecFromOptions(OnvifSetRequest& request, const OVF_MED_VDO_CONF& conf);
   bool ReadProfile(_xmlNode* pProfile, OVF_MED_PROFILE& profile);

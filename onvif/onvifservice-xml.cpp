@@ -3,6 +3,7 @@
 #include <libxml/xpathInternals.h>
 
 #include <array>
+#include <utility>
 
 #include "onvif/onvifservice.h"
 #include "onvif/xmlhandles.h"
@@ -35,7 +36,9 @@ bool Register(xmlXPathContext* pContext, const xmlChar* pPrefix, const xmlChar* 
 
 // Whether the namespace of the root and those declared behind it have prefixes. A default namespace has none, and makes
 // the whole document unsearchable; this is meant.
-bool AreDeclaredUsable(const xmlNode* pRoot) {
+bool IsSearchable(const xmlDoc* pDoc) {
+  const xmlNode* const pRoot = pDoc == nullptr ? nullptr : xmlDocGetRootElement(pDoc);
+  if (pRoot == nullptr) return false;
   for (const xmlNs* pNs = pRoot->ns; pNs != nullptr; pNs = pNs->next) {
     if (pNs->prefix == nullptr) return false;
   }
@@ -62,19 +65,36 @@ xmlXPathObject* NewNodeSet(const std::vector<xmlNode*>& nodes) {
   return pObject.release();
 }
 
-RET_ONVIF StoreText(const XmlText& pText, std::string& strOut) {
-  if (!pText) return RET_ONVIF_XML_FAIL;
-  strOut = XmlString(pText.get());
+RET_ONVIF StoreText(const xmlChar* pText, std::string& strOut) {
+  if (pText == nullptr) return RET_ONVIF_XML_FAIL;
+  strOut = reinterpret_cast<const char*>(pText);
   return RET_ONVIF_OK;
+}
+
+// The content of a text, or of an element or attribute that holds one text and nothing else: of nearly all values of a
+// camera, without the copies and buffers of xmlNodeGetContent. Null for everything else.
+const xmlChar* PlainContent(const xmlNode* pNode) {
+  if (pNode->type == XML_TEXT_NODE) return pNode->content;
+  if (pNode->type != XML_ELEMENT_NODE && pNode->type != XML_ATTRIBUTE_NODE) return nullptr;
+  const xmlNode* const pText = pNode->children;
+  const bool blPlain = pText != nullptr && pText->type == XML_TEXT_NODE && pText->next == nullptr;
+  return blPlain ? pText->content : nullptr;
+}
+
+// The plain content of an element's attribute, null when it has none such.
+const xmlChar* PlainAttr(const xmlNode* pNode, const std::string& strAttr) {
+  if (pNode->type != XML_ELEMENT_NODE) return nullptr;
+  for (const xmlAttr* pAttr = pNode->properties; pAttr != nullptr; pAttr = pAttr->next) {
+    if (strAttr == reinterpret_cast<const char*>(pAttr->name)) {
+      return PlainContent(reinterpret_cast<const xmlNode*>(pAttr));
+    }
+  }
+  return nullptr;
 }
 
 RET_ONVIF CheckPathArgs(const xmlDoc* pDoc, const std::string& strXPath) {
   if (pDoc == nullptr) return RET_ONVIF_INVALID_ARG;
   return strXPath.empty() ? RET_ONVIF_SEND_FAIL : RET_ONVIF_OK;
-}
-
-xmlNode* FirstNode(const XmlXPathObject& pObject) {
-  return *XmlNodes(*pObject).begin();
 }
 
 xmlNode* NewTextChild(xmlNode* pParent, const std::string& strName, const xmlChar* pContent) {
@@ -98,18 +118,44 @@ RET_ONVIF OnvifServiceBase::RegistNsForONVIF(_xmlXPathContext* pContext) {
 }
 
 _xmlXPathObject* OnvifServiceBase::GetXmlNodeSet(_xmlDoc* pDoc, const char* pXPath) {
-  if (pXPath == nullptr) return nullptr;
-  const xmlNode* const pRoot = pDoc == nullptr ? nullptr : xmlDocGetRootElement(pDoc);
-  if (pRoot == nullptr || !AreDeclaredUsable(pRoot)) return nullptr;
+  if (pXPath == nullptr || !IsSearchable(pDoc)) return nullptr;
   const PREFIX_TABLE rgPrefix = FixedPrefixes(IsVersion10());
   if (const std::optional<XmlPath> path = XmlPath::Parse(pXPath, rgPrefix)) return NewNodeSet(path->Find(pDoc));
-  return EvaluateXPath(pDoc, pRoot, pXPath);
+  return EvaluateXPath(pDoc, pXPath);
 }
 
-_xmlXPathObject* OnvifServiceBase::EvaluateXPath(_xmlDoc* pDoc, const _xmlNode* pRoot, const char* pXPath) {
+XmlFirstNode OnvifServiceBase::GetFirstXmlNode(_xmlDoc* pDoc, const char* pXPath) {
+  if (!IsSearchable(pDoc)) return {};
+  const PREFIX_TABLE rgPrefix = FixedPrefixes(IsVersion10());
+  if (const std::optional<XmlPath> path = XmlPath::Parse(pXPath, rgPrefix)) return {path->First(pDoc), nullptr};
+  XmlXPathObject pResult(EvaluateXPath(pDoc, pXPath));
+  if (!pResult) return {};
+  return {*XmlNodes(*pResult).begin(), std::move(pResult)};
+}
+
+std::vector<_xmlNode*> OnvifServiceBase::FindOutermost(_xmlDoc* pDoc, const char* pPath) const {
+  if (!IsSearchable(pDoc)) return {};
+  const PREFIX_TABLE rgPrefix = FixedPrefixes(IsVersion10());
+  const std::optional<XmlPath> path = XmlPath::Parse(pPath, rgPrefix);
+  return path ? XmlPath::Outermost(path->Find(pDoc)) : std::vector<_xmlNode*>();
+}
+
+std::vector<_xmlNode*> OnvifServiceBase::FindBelow(const std::vector<_xmlNode*>& rgOutermost, const char* pPath) const {
+  const PREFIX_TABLE rgPrefix = FixedPrefixes(IsVersion10());
+  const std::optional<XmlPath> path = XmlPath::Parse(pPath, rgPrefix);
+  return path ? path->FindBelow(rgOutermost) : std::vector<_xmlNode*>();
+}
+
+_xmlNode* OnvifServiceBase::FirstBelow(const std::vector<_xmlNode*>& rgOutermost, const char* pPath) const {
+  const PREFIX_TABLE rgPrefix = FixedPrefixes(IsVersion10());
+  const std::optional<XmlPath> path = XmlPath::Parse(pPath, rgPrefix);
+  return path ? path->FirstBelow(rgOutermost) : nullptr;
+}
+
+_xmlXPathObject* OnvifServiceBase::EvaluateXPath(_xmlDoc* pDoc, const char* pXPath) {
   const XmlSilence silence;
   const XmlXPathContext pContext(xmlXPathNewContext(pDoc));
-  if (!pContext || !RegisterDeclared(pContext.get(), pRoot)) return nullptr;
+  if (!pContext || !RegisterDeclared(pContext.get(), xmlDocGetRootElement(pDoc))) return nullptr;
   // After the declared ones, so that the fixed prefixes win.
   if (RegistNsForONVIF(pContext.get()) != RET_ONVIF_OK) return nullptr;
   XmlXPathObject pObject(xmlXPathEvalExpression(XmlChars(pXPath), pContext.get()));
@@ -120,15 +166,17 @@ _xmlXPathObject* OnvifServiceBase::EvaluateXPath(_xmlDoc* pDoc, const _xmlNode* 
 RET_ONVIF OnvifServiceBase::GetNodeAttr(_xmlNode* pNode, std::string strAttr, std::string& strValue) {
   if (pNode == nullptr) return RET_ONVIF_INVALID_ARG;
   strValue.clear();
+  if (const xmlChar* const pPlain = PlainAttr(pNode, strAttr)) return StoreText(pPlain, strValue);
   const XmlSilence silence;
-  return StoreText(XmlText(xmlGetProp(pNode, XmlChars(strAttr))), strValue);
+  return StoreText(XmlText(xmlGetProp(pNode, XmlChars(strAttr))).get(), strValue);
 }
 
 RET_ONVIF OnvifServiceBase::GetNodeContent(_xmlNode* pNode, std::string& strContent) {
   if (pNode == nullptr) return RET_ONVIF_INVALID_ARG;
   strContent.clear();
+  if (const xmlChar* const pPlain = PlainContent(pNode)) return StoreText(pPlain, strContent);
   const XmlSilence silence;
-  return StoreText(XmlText(xmlNodeGetContent(pNode)), strContent);
+  return StoreText(XmlText(xmlNodeGetContent(pNode)).get(), strContent);
 }
 
 RET_ONVIF OnvifServiceBase::GetFirstSubNodeContent(_xmlNode* pNode, std::string& strContent) {
@@ -145,23 +193,22 @@ RET_ONVIF OnvifServiceBase::GetNodeAttrByPath(_xmlDoc* pDoc, std::string strXPat
   if (const RET_ONVIF eRet = CheckPathArgs(pDoc, strXPath); eRet != RET_ONVIF_OK) return eRet;
   if (strAttr.empty()) return RET_ONVIF_NOT_AUTHORIZED;
   strValue.clear();
-  const XmlXPathObject pObject(GetXmlNodeSet(pDoc, strXPath.c_str()));
-  return pObject ? GetNodeAttr(FirstNode(pObject), strAttr, strValue) : RET_ONVIF_XML_FAIL;
+  const XmlFirstNode found = GetFirstXmlNode(pDoc, strXPath.c_str());
+  return found.pNode == nullptr ? RET_ONVIF_XML_FAIL : GetNodeAttr(found.pNode, std::move(strAttr), strValue);
 }
 
 RET_ONVIF OnvifServiceBase::GetNodeContentByPath(_xmlDoc* pDoc, std::string strXPath, std::string& strContent) {
   if (const RET_ONVIF eRet = CheckPathArgs(pDoc, strXPath); eRet != RET_ONVIF_OK) return eRet;
   strContent.clear();
-  const XmlXPathObject pObject(GetXmlNodeSet(pDoc, strXPath.c_str()));
-  return pObject ? GetNodeContent(FirstNode(pObject), strContent) : RET_ONVIF_XML_FAIL;
+  const XmlFirstNode found = GetFirstXmlNode(pDoc, strXPath.c_str());
+  return found.pNode == nullptr ? RET_ONVIF_XML_FAIL : GetNodeContent(found.pNode, strContent);
 }
 
 RET_ONVIF OnvifServiceBase::SetNodeAttrByPath(_xmlDoc* pDoc, std::string strXPath, std::string strAttr,
                                               std::string strValue) {
   if (const RET_ONVIF eRet = CheckPathArgs(pDoc, strXPath); eRet != RET_ONVIF_OK) return eRet;
-  const XmlXPathObject pObject(GetXmlNodeSet(pDoc, strXPath.c_str()));
-  if (!pObject) return RET_ONVIF_XML_FAIL;
-  return WithAttr(FirstNode(pObject), strAttr, strValue) == nullptr ? RET_ONVIF_XML_FAIL : RET_ONVIF_OK;
+  const XmlFirstNode found = GetFirstXmlNode(pDoc, strXPath.c_str());
+  return WithAttr(found.pNode, strAttr, strValue) == nullptr ? RET_ONVIF_XML_FAIL : RET_ONVIF_OK;
 }
 
 _xmlNode* OnvifServiceBase::InsertChildWithAttr(std::string strContent, _xmlNode* pParent, std::string strName,
@@ -171,10 +218,9 @@ _xmlNode* OnvifServiceBase::InsertChildWithAttr(std::string strContent, _xmlNode
 
 _xmlNode* OnvifServiceBase::InsertChildByPath(_xmlDoc* pDoc, std::string strXPath, _xmlNode* pParent,
                                               std::string strName) {
-  XmlXPathObject pObject(GetXmlNodeSet(pDoc, strXPath.c_str()));
-  if (!pObject) return nullptr;
-  const XmlText pContent(xmlNodeGetContent(FirstNode(pObject)));
-  pObject.reset();
+  const XmlFirstNode found = GetFirstXmlNode(pDoc, strXPath.c_str());
+  if (found.pNode == nullptr) return nullptr;
+  const XmlText pContent(xmlNodeGetContent(found.pNode));
   if (!pContent) return nullptr;
   return NewTextChild(pParent, strName, pContent.get());
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "onvif/camapi-export.h"
 
@@ -10,6 +11,7 @@ struct _xmlXPathContext;
 struct _xmlXPathObject;
 class CameraAPI;
 struct OnvifReply;
+struct XmlFirstNode;
 
 /// Result of every service operation. The numbers are a contract: they are compared and mapped elsewhere. 2 and 3 mean
 /// one thing for an exchange and another for the XML helpers; both are meant, the server's codes are mapped by number.
@@ -129,6 +131,19 @@ class CAMAPI_ONVIF_EXPORT OnvifServiceBase {
   /// Sends a request document, which stays the caller's, and takes the answer into ownership.
   OnvifReply Exchange(_xmlDoc* pRequest);
 
+  /// The first node of what `GetXmlNodeSet` gives.
+  XmlFirstNode GetFirstXmlNode(_xmlDoc* pDoc, const char* pXPath);
+
+  // Many look-ups in one part of a document: the part is found once. The paths are of element names, as XmlPath takes
+  // them, with the fixed prefixes; nothing matches another form.
+
+  /// The elements that a path finds and that lie in no other of them; nothing in a document that `GetXmlNodeSet` refuses.
+  std::vector<_xmlNode*> FindOutermost(_xmlDoc* pDoc, const char* pPath) const;
+  /// What a path that begins anew below each of the outermost elements finds, in document order.
+  std::vector<_xmlNode*> FindBelow(const std::vector<_xmlNode*>& rgOutermost, const char* pPath) const;
+  /// The first of it, null when there is nothing.
+  _xmlNode* FirstBelow(const std::vector<_xmlNode*>& rgOutermost, const char* pPath) const;
+
   CameraAPI* m_pCamApi = nullptr;
   std::string m_strServicePath;
   std::string m_strVerMajor;
@@ -136,5 +151,5 @@ class CAMAPI_ONVIF_EXPORT OnvifServiceBase {
 
  private:
   RET_ONVIF Classify(int nHostResult, _xmlDoc* pResponse);
-  _xmlXPathObject* EvaluateXPath(_xmlDoc* pDoc, const _xmlNode* pRoot, const char* pXPath);
+  _xmlXPathObject* EvaluateXPath(_xmlDoc* pDoc, const char* pXPath);
 };

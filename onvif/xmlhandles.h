@@ -20,6 +20,13 @@ using XmlXPathContext = std::unique_ptr<xmlXPathContext, XmlHandleDeleter>;
 using XmlXPathObject = std::unique_ptr<xmlXPathObject, XmlHandleDeleter>;
 using XmlText = std::unique_ptr<xmlChar, XmlHandleDeleter>;
 
+/// The first node that a look-up found, null when it found none. Some nodes live no longer than the result that holds
+/// them.
+struct XmlFirstNode {
+  xmlNode* pNode = nullptr;
+  XmlXPathObject pResult;
+};
+
 /// Keeps libxml2's messages of this thread to itself while it lives, and remembers whether one of them says that memory
 /// ran out: for many a call of libxml2 that is the only sign. One may live inside another, which then knows as well.
 /// The handlers are per thread and put back at the end.

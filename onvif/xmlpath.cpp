@@ -4,11 +4,10 @@
 #include <cstring>
 #include <utility>
 
-#include "onvif/xmlwalk.h"
-
 namespace {
 
 constexpr std::size_t k_nMaxSteps = 32;
+constexpr std::size_t k_nUsualSteps = 8;
 
 bool IsNameByte(char cByte) {
   return (cByte >= 'a' && cByte <= 'z') || (cByte >= 'A' && cByte <= 'Z') || (cByte >= '0' && cByte <= '9') ||
@@ -21,10 +20,29 @@ bool IsName(std::string_view strName) {
   return strName.front() > '9';  // behind the digits, "-" and "."
 }
 
+// Most elements differ in the first letter already.
+bool HasName(const xmlNode* pNode, std::string_view strName) {
+  const char* const pName = reinterpret_cast<const char*>(pNode->name);
+  return *pName == strName.front() && strName == pName;
+}
+
+// False for an element with one text: most elements of an answer are such.
+bool HasElements(const xmlNode* pNode) {
+  const xmlNode* const pChild = pNode->children;
+  return pChild != nullptr && (pChild->type == XML_ELEMENT_NODE || pChild->next != nullptr);
+}
+
+// A null URI stands for no namespace.
+bool IsInNamespace(const xmlNode* pNode, const char* pUri) {
+  const char* const pHref = pNode->ns == nullptr ? nullptr : reinterpret_cast<const char*>(pNode->ns->href);
+  return pHref == nullptr || pUri == nullptr ? pHref == pUri : std::strcmp(pHref, pUri) == 0;
+}
+
 }  // namespace
 
 std::optional<XmlPath> XmlPath::Parse(std::string_view strPath, const PREFIX* pPrefix, std::size_t nPrefixes) {
   XmlPath path;
+  path.m_rgStep.reserve(k_nUsualSteps);
   if (strPath.substr(0, 2) != "//") return std::nullopt;
   while (!strPath.empty()) {
     const bool blChildOnly = strPath.substr(0, 2) != "//";
@@ -41,37 +59,88 @@ std::optional<XmlPath> XmlPath::Parse(std::string_view strPath, const PREFIX* pP
       strName.remove_prefix(nColon + 1);
     }
     if (!IsName(strName) || path.m_rgStep.size() == k_nMaxSteps) return std::nullopt;
-    path.m_rgStep.push_back({std::string(strName), pUri, blChildOnly});
+    path.Add({strName, pUri, blChildOnly});
   }
   return path;
 }
 
+void XmlPath::Add(const STEP& step) {
+  m_nLast = STEPS{1} << m_rgStep.size();
+  if (step.blChildOnly) m_nChildOnly |= m_nLast;
+  m_rgStep.push_back(step);
+}
+
 std::vector<xmlNode*> XmlPath::Find(const xmlDoc* pDoc) const {
   std::vector<xmlNode*> found;
-  Walk(pDoc->children, 0, 0, found);
+  Collect(pDoc->children, found);
   return found;
 }
 
-// The steps at which `pNode` can stand, given those of its parent and those of all its ancestors.
-XmlPath::STEPS XmlPath::Match(const xmlNode* pNode, STEPS nParent, STEPS nAncestors) const {
-  const char* const pUri = pNode->ns == nullptr ? nullptr : reinterpret_cast<const char*>(pNode->ns->href);
+xmlNode* XmlPath::First(const xmlDoc* pDoc) const {
+  return FirstFrom(pDoc->children);
+}
+
+std::vector<xmlNode*> XmlPath::FindBelow(const std::vector<xmlNode*>& rgRoot) const {
+  std::vector<xmlNode*> found;
+  for (const xmlNode* pRoot : rgRoot) Collect(pRoot->children, found);
+  return found;
+}
+
+xmlNode* XmlPath::FirstBelow(const std::vector<xmlNode*>& rgRoot) const {
+  for (const xmlNode* pRoot : rgRoot) {
+    if (xmlNode* const pFound = FirstFrom(pRoot->children)) return pFound;
+  }
+  return nullptr;
+}
+
+std::vector<xmlNode*> XmlPath::Outermost(const std::vector<xmlNode*>& rgNode) {
+  std::vector<xmlNode*> outermost;
+  for (xmlNode* pNode : rgNode) {
+    // What lies in an element follows it at once, so that only the last one can hold it.
+    const xmlNode* pAncestor = outermost.empty() ? nullptr : pNode->parent;
+    while (pAncestor != nullptr && pAncestor != outermost.back()) pAncestor = pAncestor->parent;
+    if (pAncestor == nullptr) outermost.push_back(pNode);
+  }
+  return outermost;
+}
+
+void XmlPath::Collect(xmlNode* pFirst, std::vector<xmlNode*>& found) const {
+  Walk(pFirst, 0, 0, [&found](xmlNode* pNode) {
+    found.push_back(pNode);
+    return true;
+  });
+}
+
+xmlNode* XmlPath::FirstFrom(xmlNode* pFirst) const {
+  xmlNode* pFound = nullptr;
+  Walk(pFirst, 0, 0, [&pFound](xmlNode* pNode) {
+    pFound = pNode;
+    return false;
+  });
+  return pFound;
+}
+
+// Those of the steps at which `pNode` stands.
+inline XmlPath::STEPS XmlPath::Match(const xmlNode* pNode, STEPS nReached) const {
   STEPS nMatched = 0;
-  for (std::size_t nStep = 0; nStep < m_rgStep.size(); ++nStep) {
-    const STEP& step = m_rgStep[nStep];
-    const bool blReached = nStep == 0 || (((step.blChildOnly ? nParent : nAncestors) >> (nStep - 1)) & 1U) != 0;
-    if (!blReached || ElementName(pNode) != step.strName) continue;
-    const bool blSameNs =
-        step.pUri == nullptr || pUri == nullptr ? step.pUri == pUri : std::strcmp(step.pUri, pUri) == 0;
-    if (blSameNs) nMatched |= 1U << nStep;
+  STEPS nThis = 1;
+  for (const STEP& step : m_rgStep) {
+    if (nReached < nThis) break;
+    if ((nReached & nThis) != 0 && HasName(pNode, step.strName) && IsInNamespace(pNode, step.pUri)) nMatched |= nThis;
+    nThis <<= 1;
   }
   return nMatched;
 }
 
-void XmlPath::Walk(xmlNode* pFirst, STEPS nParent, STEPS nAncestors, std::vector<xmlNode*>& found) const {
+template <typename VISIT>
+bool XmlPath::Walk(xmlNode* pFirst, STEPS nParent, STEPS nAncestors, const VISIT& visit) const {
+  // A step is reached by what stands at the one before it: the parent, or any ancestor. The first is always reached.
+  const STEPS nReached = 1 | ((nParent << 1) & m_nChildOnly) | ((nAncestors << 1) & ~m_nChildOnly);
   for (xmlNode* pNode = pFirst; pNode != nullptr; pNode = pNode->next) {
     if (pNode->type != XML_ELEMENT_NODE) continue;
-    const STEPS nMatched = Match(pNode, nParent, nAncestors);
-    if (((nMatched >> (m_rgStep.size() - 1)) & 1U) != 0) found.push_back(pNode);
-    Walk(pNode->children, nMatched, nAncestors | nMatched, found);
+    const STEPS nMatched = Match(pNode, nReached);
+    if ((nMatched & m_nLast) != 0 && !visit(pNode)) return false;
+    if (HasElements(pNode) && !Walk(pNode->children, nMatched, nAncestors | nMatched, visit)) return false;
   }
+  return true;
 }

@@ -4,7 +4,6 @@
 
 #include <array>
 #include <optional>
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -21,7 +20,7 @@ class XmlPath {
   };
 
   /// \return nothing when `strPath` is of another form, has more than 32 steps, or uses a prefix that the table does
-  /// not hold. The path refers to the URIs of the table.
+  /// not hold. The path refers to `strPath` and to the URIs of the table.
   template <std::size_t COUNT>
   static std::optional<XmlPath> Parse(std::string_view strPath, const std::array<PREFIX, COUNT>& rgPrefix) {
     return Parse(strPath, rgPrefix.data(), COUNT);
@@ -30,9 +29,19 @@ class XmlPath {
   /// The elements of the document that match, in document order.
   std::vector<xmlNode*> Find(const xmlDoc* pDoc) const;
 
+  /// The first of them, null when there is none. What stands behind it is not looked at.
+  xmlNode* First(const xmlDoc* pDoc) const;
+
+  /// What `Find` and `First` give when the path begins anew below each of these elements. None may lie in another.
+  std::vector<xmlNode*> FindBelow(const std::vector<xmlNode*>& rgRoot) const;
+  xmlNode* FirstBelow(const std::vector<xmlNode*>& rgRoot) const;
+
+  /// Those of the elements, which are in document order, that lie in no other of them.
+  static std::vector<xmlNode*> Outermost(const std::vector<xmlNode*>& rgNode);
+
  private:
   struct STEP {
-    std::string strName;
+    std::string_view strName;
     const char* pUri;  // null: no namespace
     bool blChildOnly;  // "/" rather than "//"
   };
@@ -41,8 +50,17 @@ class XmlPath {
   using STEPS = unsigned int;
 
   static std::optional<XmlPath> Parse(std::string_view strPath, const PREFIX* pPrefix, std::size_t nPrefixes);
-  STEPS Match(const xmlNode* pNode, STEPS nParent, STEPS nAncestors) const;
-  void Walk(xmlNode* pFirst, STEPS nParent, STEPS nAncestors, std::vector<xmlNode*>& found) const;
+  void Add(const STEP& step);
+  STEPS Match(const xmlNode* pNode, STEPS nReached) const;
+
+  void Collect(xmlNode* pFirst, std::vector<xmlNode*>& found) const;
+  xmlNode* FirstFrom(xmlNode* pFirst) const;
+
+  // Gives `visit` the elements that match, in document order, until it returns false; then returns false as well.
+  template <typename VISIT>
+  bool Walk(xmlNode* pFirst, STEPS nParent, STEPS nAncestors, const VISIT& visit) const;
 
   std::vector<STEP> m_rgStep;
+  STEPS m_nChildOnly = 0;
+  STEPS m_nLast = 0;  // the last step alone
 };

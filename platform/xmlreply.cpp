@@ -2,6 +2,8 @@
 
 #include <libxml/xmlerror.h>
 
+#include <algorithm>
+#include <array>
 #include <vector>
 
 #include "platform/httplimits.h"
@@ -10,8 +12,22 @@
 
 namespace {
 
-bool IsXmlBlank(char cByte) {
-  return cByte == ' ' || cByte == '\t' || cByte == '\n' || cByte == '\r';
+enum class BYTE_CLASS : unsigned char { Other, Quote, Blank, Open, Close };
+
+// What a byte means inside a start tag.
+constexpr std::array<BYTE_CLASS, 256> ByteClasses() {
+  std::array<BYTE_CLASS, 256> rgClass{};
+  for (const char cBlank : {' ', '\t', '\n', '\r'}) rgClass[static_cast<unsigned char>(cBlank)] = BYTE_CLASS::Blank;
+  rgClass['"'] = rgClass['\''] = BYTE_CLASS::Quote;
+  rgClass['<'] = BYTE_CLASS::Open;
+  rgClass['>'] = BYTE_CLASS::Close;
+  return rgClass;
+}
+
+constexpr std::array<BYTE_CLASS, 256> k_rgByteClass = ByteClasses();
+
+BYTE_CLASS ClassOf(char cByte) {
+  return k_rgByteClass[static_cast<unsigned char>(cByte)];
 }
 
 // Walks over the markup of a UTF-8 document, without understanding it, and refuses what would cost libxml2 too much.
@@ -43,44 +59,71 @@ class MarkupScan {
 
   // Moves `nAt` behind the markup that begins there.
   XML_REPLY_RESULT SkipMarkup(std::size_t& nAt) {
+    switch (nAt + 1 < m_strText.size() ? m_strText[nAt + 1] : '\0') {
+      case '/':
+        return SkipEndTag(nAt);
+      case '!':
+      case '?':
+        return SkipSection(nAt);
+      default:
+        return SkipStartTag(nAt);
+    }
+  }
+
+  XML_REPLY_RESULT SkipSection(std::size_t& nAt) const {
     static constexpr SECTION rgSection[] = {{"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"}};
     for (const SECTION& section : rgSection) {
       if (!StartsWith(nAt, section.strOpen)) continue;
       nAt = m_strText.find(section.strClose, nAt + section.strOpen.size());
       return nAt == std::string_view::npos ? XML_REPLY_RESULT::NotXml : XML_REPLY_RESULT::Parsed;
     }
-    if (StartsWith(nAt, "<!")) return XML_REPLY_RESULT::LimitRefused;  // DOCTYPE: entities can ask for gigabytes
-    return SkipTag(nAt);
+    return XML_REPLY_RESULT::LimitRefused;  // DOCTYPE: entities can ask for gigabytes
   }
 
-  XML_REPLY_RESULT SkipTag(std::size_t& nAt) {
-    if (StartsWith(nAt, "</")) return SkipEndTag(nAt);
+  XML_REPLY_RESULT SkipStartTag(std::size_t& nAt) {
     if (++m_nElements > XML_MAX_ELEMENTS) return XML_REPLY_RESULT::LimitRefused;
-    const std::size_t nStart = nAt;
+    const std::size_t nEnd = std::min(m_strText.size(), nAt + XML_MAX_START_TAG_BYTES);
     std::size_t nAttributes = 0;
     std::size_t nNamespaces = 0;
-    char cQuote = '\0';
-    for (++nAt; nAt < m_strText.size(); ++nAt) {
-      const char cNow = m_strText[nAt];
-      if (cNow == '<') return XML_REPLY_RESULT::NotXml;
-      if (nAt - nStart >= XML_MAX_START_TAG_BYTES) return XML_REPLY_RESULT::LimitRefused;
-      if (cQuote != '\0') {
-        if (cNow == cQuote) cQuote = '\0';
-      } else if (cNow == '"' || cNow == '\'') {
-        cQuote = cNow;
-        if (++nAttributes > XML_MAX_ATTRIBUTES) return XML_REPLY_RESULT::LimitRefused;
-      } else if (cNow == '>') {
-        return Enter(nNamespaces, m_strText[nAt - 1] == '/');
-      } else if (IsXmlBlank(cNow) && StartsWith(nAt + 1, "xmlns")) {
-        ++nNamespaces;
+    for (++nAt; nAt < nEnd; ++nAt) {
+      switch (ClassOf(m_strText[nAt])) {
+        case BYTE_CLASS::Other:
+          continue;
+        case BYTE_CLASS::Open:
+          return XML_REPLY_RESULT::NotXml;
+        case BYTE_CLASS::Close:
+          return Enter(nNamespaces, m_strText[nAt - 1] == '/');
+        case BYTE_CLASS::Blank:
+          if (StartsWith(nAt + 1, "xmlns")) ++nNamespaces;
+          continue;
+        case BYTE_CLASS::Quote:
+          if (++nAttributes > XML_MAX_ATTRIBUTES) return XML_REPLY_RESULT::LimitRefused;
+          if (!SkipValue(nAt, nEnd)) return XML_REPLY_RESULT::NotXml;
       }
     }
-    return XML_REPLY_RESULT::NotXml;
+    return AtEndOfTag(nEnd);
+  }
+
+  // From the quote that opens the value of an attribute to the one that closes it, or to `nEnd`. False for a '<' in it.
+  bool SkipValue(std::size_t& nAt, std::size_t nEnd) const {
+    const char cQuote = m_strText[nAt];
+    for (++nAt; nAt < nEnd && m_strText[nAt] != cQuote; ++nAt) {
+      if (m_strText[nAt] == '<') return false;
+    }
+    return true;
+  }
+
+  // A start tag that has no end, or none in time. What stands at the ceiling may still be a '<'.
+  XML_REPLY_RESULT AtEndOfTag(std::size_t nEnd) const {
+    const bool blCut = nEnd < m_strText.size() && m_strText[nEnd] != '<';
+    return blCut ? XML_REPLY_RESULT::LimitRefused : XML_REPLY_RESULT::NotXml;
   }
 
   XML_REPLY_RESULT SkipEndTag(std::size_t& nAt) {
-    nAt = m_strText.find_first_of("<>", nAt + 1);
-    if (nAt == std::string_view::npos || m_strText[nAt] == '<') return XML_REPLY_RESULT::NotXml;
+    const std::size_t nStart = nAt + 1;
+    nAt = m_strText.find('>', nStart);
+    if (nAt == std::string_view::npos) return XML_REPLY_RESULT::NotXml;
+    if (m_strText.substr(nStart, nAt - nStart).find('<') != std::string_view::npos) return XML_REPLY_RESULT::NotXml;
     if (!m_rgScope.empty()) m_rgScope.pop_back();
     return XML_REPLY_RESULT::Parsed;
   }
@@ -126,9 +169,10 @@ void NoteFault(void* pContext, xmlErrorPtr pError) {
 }
 
 // XML_PARSE_RECOVER is here for badly encoded bytes alone; any other fault refuses the document afterwards.
-// XML_PARSE_IGNORE_ENC because the text is UTF-8 by now, whatever its declaration says.
-constexpr int k_nParseOptions =
-    XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_RECOVER | XML_PARSE_IGNORE_ENC;
+// XML_PARSE_IGNORE_ENC because the text is UTF-8 by now, whatever its declaration says. XML_PARSE_COMPACT keeps a short
+// text inside its node, which saves an allocation for most texts of a camera.
+constexpr int k_nParseOptions = XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_RECOVER |
+                                XML_PARSE_IGNORE_ENC | XML_PARSE_COMPACT;
 
 XML_REPLY Refused(XML_REPLY_RESULT eResult) {
   return {eResult, nullptr};
