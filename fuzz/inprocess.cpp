@@ -18,7 +18,7 @@ InProcessCamera* g_camera = nullptr;
 
 HTTP_POST_RESULT Answer(std::string request, xmlDoc*& response) {
   g_camera->Keep(std::move(request));
-  XML_REPLY reply = ParseXmlReply(g_camera->Answer());
+  XML_REPLY reply = ParseXmlReply(std::string(g_camera->Answer()));
   response = reply.pDoc.release();
   if (reply.eResult == XML_REPLY_RESULT::LimitRefused) {
     return HTTP_POST_LIMIT_REFUSED;

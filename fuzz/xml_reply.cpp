@@ -34,7 +34,7 @@ std::size_t CountElements(const xmlNode* root) {
 }  // namespace
 
 void XmlReply(std::string_view input) {
-  const XML_REPLY reply = ParseXmlReply(input);
+  const XML_REPLY reply = ParseXmlReply(std::string(input));
   Require((reply.eResult == XML_REPLY_RESULT::Parsed) == (reply.pDoc != nullptr), "what is parsed is there");
   Require(reply.eResult != XML_REPLY_RESULT::OutOfMemory, "no input looks like a lack of memory");
   if (reply.pDoc == nullptr) {

@@ -1,5 +1,7 @@
 // Lists of configurations, and the number of encoder instances.
 
+#include <utility>
+
 #include "onvif/onvifmedia.h"
 #include "onvif/onvifnumber.h"
 #include "onvif/onvifreply.h"
@@ -42,7 +44,7 @@ RET_ONVIF OnvifMediaService::GetVideoEncoderConfigurations(std::list<OVF_MED_VDO
     const CONF_READ eRead = ReadConfHead(pConf, conf.strToken, conf.strEncoding);
     if (eRead == CONF_READ::NoToken) return RET_ONVIF_INVALID_ARG;
     if (eRead == CONF_READ::Unreadable) break;
-    if (eRead == CONF_READ::Read) lstConf.push_back(conf);
+    if (eRead == CONF_READ::Read) lstConf.push_back(std::move(conf));
   }
   return RET_ONVIF_OK;
 }
@@ -58,7 +60,7 @@ RET_ONVIF OnvifMediaService::GetAudioEncoderConfigurations(std::list<OVF_MED_AUD
     OVF_MED_AUD_CONF conf;
     const CONF_READ eRead = ReadConfHead(pConf, conf.strToken, conf.strEncoding);
     if (eRead == CONF_READ::Unreadable) break;
-    if (eRead == CONF_READ::Read) lstConf.push_back(conf);
+    if (eRead == CONF_READ::Read) lstConf.push_back(std::move(conf));
   }
   return RET_ONVIF_OK;
 }

@@ -95,6 +95,7 @@ RET_ONVIF OnvifMediaService::ReadResoList(const std::vector<_xmlNode*>& rgWidth,
                                           OVF_MED_VDO_CODEC& codec) {
   if (rgWidth.empty() || rgHeight.empty()) return RET_ONVIF_XML_FAIL;
   std::unordered_set<std::string> seen;
+  seen.reserve(rgWidth.size());
   std::string strWidth;
   std::string strHeight;
   for (std::size_t nAt = 0; nAt < rgWidth.size(); ++nAt) {
@@ -124,7 +125,7 @@ RET_ONVIF OnvifMediaService::GetAudioEncoderConfigurationOptions(std::string /*s
   for (const xmlNode* pOption : XmlNodes(*pOptions)) {
     OVF_MED_AUD_CODEC codec;
     if (!ReadAudioOption(pOption, codec)) break;
-    lstCodec.push_back(codec);
+    lstCodec.push_back(std::move(codec));
   }
   return RET_ONVIF_OK;
 }

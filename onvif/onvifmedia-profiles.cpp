@@ -1,5 +1,7 @@
 // Media profiles: list, read, create, delete, bind.
 
+#include <utility>
+
 #include "onvif/onvifmedia.h"
 #include "onvif/onvifreply.h"
 #include "onvif/xmlwalk.h"
@@ -23,7 +25,7 @@ RET_ONVIF OnvifMediaService::GetProfiles(std::list<OVF_MED_PROFILE>& lstProfile)
     OVF_MED_PROFILE profile;
     if (GetNodeAttr(pProfile, "token", profile.strToken) != RET_ONVIF_OK) continue;
     if (!ReadProfile(pProfile, profile)) break;
-    lstProfile.push_back(profile);
+    lstProfile.push_back(std::move(profile));
   }
   return RET_ONVIF_OK;
 }

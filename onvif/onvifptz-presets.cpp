@@ -1,5 +1,7 @@
 // Presets of the PTZ service.
 
+#include <utility>
+
 #include "onvif/onvifptz.h"
 #include "onvif/onvifreply.h"
 #include "onvif/xmlwalk.h"
@@ -29,7 +31,7 @@ RET_ONVIF OnvifPtzService::GetPresets(std::string strToken, std::list<OVF_PTZ_PR
     for (xmlNode* pChild : XmlChildren(pPreset)) {
       if (ElementName(pChild) != "Name") continue;
       if (GetNodeContent(pChild, preset.strName) != RET_ONVIF_OK) return RET_ONVIF_OK;
-      lstPreset.push_back(preset);
+      lstPreset.push_back(std::move(preset));
       break;
     }
   }

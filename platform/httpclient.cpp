@@ -354,7 +354,7 @@ HTTP_EXCHANGE HttpClient::Exchange(const std::string& strPath, std::string_view 
   if (!answer.blHeaderEnded) {
     return Failed(std::move(exchange), HTTP_POST_CONNECTION_LOST, "the connection ended inside the answer's header");
   }
-  XML_REPLY reply = ParseXmlReply(answer.strBody);
+  XML_REPLY reply = ParseXmlReply(std::move(answer.strBody));
   exchange.eResult = FromStatus(exchange.nStatus, reply.eResult);
   if (exchange.eResult == HTTP_POST_OUT_OF_RESOURCES) exchange.strError = "no memory to read the answer";
   exchange.pDoc = std::move(reply.pDoc);

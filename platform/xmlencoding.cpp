@@ -78,15 +78,14 @@ std::optional<std::string> Convert(std::string_view strText, const std::string& 
 
 }  // namespace
 
-std::optional<std::string> XmlTextToUtf8(std::string_view strText) {
+std::optional<std::string> XmlTextToUtf8(std::string strText) {
   constexpr std::string_view strUtf8Mark = "\xEF\xBB\xBF";
-  if (strText.substr(0, strUtf8Mark.size()) == strUtf8Mark) return std::string(strText.substr(strUtf8Mark.size()));
+  if (strText.compare(0, strUtf8Mark.size(), strUtf8Mark) == 0) return strText.erase(0, strUtf8Mark.size());
   for (const ENCODING_MARK& mark : k_rgMark) {
-    if (strText.substr(0, mark.strBytes.size()) != mark.strBytes) continue;
-    strText.remove_prefix(mark.nSkip);
-    return Convert(strText, mark.pName);
+    if (strText.compare(0, mark.strBytes.size(), mark.strBytes) != 0) continue;
+    return Convert(std::string_view(strText).substr(mark.nSkip), mark.pName);
   }
   const std::string strName = DeclaredEncoding(strText);
-  if (IsTakenAsUtf8(strName)) return std::string(strText);
+  if (IsTakenAsUtf8(strName)) return strText;
   return Convert(strText, strName);
 }

@@ -2,7 +2,6 @@
 
 #include <optional>
 #include <string>
-#include <string_view>
 
 /// The text of an XML document in UTF-8, without byte order mark.
 ///
@@ -10,4 +9,4 @@
 /// declaration; without any of these the bytes are taken as UTF-8. Bytes that do not convert are passed on as they are.
 /// The result is at most four times as long as `strText`.
 /// \return nothing when the document declares an encoding that the system does not know.
-std::optional<std::string> XmlTextToUtf8(std::string_view strText);
+std::optional<std::string> XmlTextToUtf8(std::string strText);

@@ -85,23 +85,30 @@ class MarkupScan {
     const std::size_t nEnd = std::min(m_strText.size(), nAt + XML_MAX_START_TAG_BYTES);
     std::size_t nAttributes = 0;
     std::size_t nNamespaces = 0;
-    for (++nAt; nAt < nEnd; ++nAt) {
+    while ((nAt = SkipOther(nAt + 1, nEnd)) < nEnd) {
       switch (ClassOf(m_strText[nAt])) {
         case BYTE_CLASS::Other:
-          continue;
+          break;
         case BYTE_CLASS::Open:
           return XML_REPLY_RESULT::NotXml;
         case BYTE_CLASS::Close:
           return Enter(nNamespaces, m_strText[nAt - 1] == '/');
         case BYTE_CLASS::Blank:
           if (StartsWith(nAt + 1, "xmlns")) ++nNamespaces;
-          continue;
+          break;
         case BYTE_CLASS::Quote:
           if (++nAttributes > XML_MAX_ATTRIBUTES) return XML_REPLY_RESULT::LimitRefused;
           if (!SkipValue(nAt, nEnd)) return XML_REPLY_RESULT::NotXml;
       }
     }
     return AtEndOfTag(nEnd);
+  }
+
+  // To the next byte that means something in a tag, or to `nEnd`. Most bytes of an answer pass here.
+  std::size_t SkipOther(std::size_t nAt, std::size_t nEnd) const {
+    const char* const pText = m_strText.data();
+    while (nAt < nEnd && ClassOf(pText[nAt]) == BYTE_CLASS::Other) ++nAt;
+    return nAt;
   }
 
   // From the quote that opens the value of an attribute to the one that closes it, or to `nEnd`. False for a '<' in it.
@@ -215,8 +222,8 @@ XML_REPLY ParseUtf8(const std::string& strText) {
 
 }  // namespace
 
-XML_REPLY ParseXmlReply(std::string_view strBody) {
-  const std::optional<std::string> strText = XmlTextToUtf8(strBody);
+XML_REPLY ParseXmlReply(std::string strBody) {
+  const std::optional<std::string> strText = XmlTextToUtf8(std::move(strBody));
   if (!strText) return Refused(XML_REPLY_RESULT::NotXml);
   if (strText->size() > HTTP_MAX_ANSWER_BYTES) return Refused(XML_REPLY_RESULT::LimitRefused);
   const XML_REPLY_RESULT eScan = MarkupScan(*strText).Run();

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <string_view>
+#include <string>
 
 #include "platform/xmlowned.h"
 
@@ -28,4 +28,4 @@ struct XML_REPLY {
 /// - libxml2's messages reach neither standard error nor a handler of the host.
 ///
 /// Never throws, save std::bad_alloc. Safe from any thread.
-XML_REPLY ParseXmlReply(std::string_view strBody);
+XML_REPLY ParseXmlReply(std::string strBody);

@@ -58,14 +58,15 @@ class Generator {
   }
 
   std::string Path() {
-    std::string path;
-    const unsigned steps = 1 + Below(5);
-    for (unsigned step = 0; step < steps; ++step) {
-      path += step == 0 || Below(2) == 0 ? "//" : "/";
-      path += std::array<const char*, 4>{"", "p:", "q:", "p:"}[Below(4)];
-      path += Name();
-    }
+    std::string path = Step();
+    for (unsigned steps = Below(5); steps > 0; --steps) path += Below(2) == 0 ? Step() : Step().substr(1);
     return path;
+  }
+
+  /// "//p:a"
+  std::string Step() {
+    const std::string prefix = std::array<const char*, 4>{"", "p:", "q:", "p:"}[Below(4)];
+    return "//" + prefix + Name();
   }
 
  private:
@@ -121,10 +122,69 @@ TEST(XmlPath, FindsWhatXPathFindsInTheSameOrder) {
       const std::vector<xmlNode*> found = parsed->Find(document.get());
       ASSERT_EQ(found, FindByXPath(document.get(), path)) << "seed " << seed << ", path " << path << "\n"
                                                           << Dump(document.get());
+      ASSERT_EQ(parsed->First(document.get()), found.empty() ? nullptr : found.front()) << "seed " << seed << path;
       if (!found.empty()) ++hits;
     }
   }
   EXPECT_GT(hits, 1000) << "too few of the paths find anything";
+}
+
+TEST(XmlPath, BelowTheOutermostElementsStandsWhatTheWholePathFinds) {
+  int hits = 0;
+  for (unsigned seed = 0; seed < 1000; ++seed) {
+    Generator generator(seed);
+    const XmlDoc document = generator.Document();
+    for (int i = 0; i < 10; ++i) {
+      const std::string head = generator.Step();
+      const std::string rest = generator.Path();
+      const std::vector<xmlNode*> outermost = XmlPath::Outermost(XmlPath::Parse(head, kPrefixes)->Find(document.get()));
+      const std::optional<XmlPath> below = XmlPath::Parse(rest, kPrefixes);
+      const std::vector<xmlNode*> found = below->FindBelow(outermost);
+      ASSERT_EQ(found, FindByXPath(document.get(), head + rest)) << "seed " << seed << ", path " << head << rest << "\n"
+                                                                 << Dump(document.get());
+      ASSERT_EQ(below->FirstBelow(outermost), found.empty() ? nullptr : found.front()) << "seed " << seed;
+      if (!found.empty()) ++hits;
+    }
+  }
+  EXPECT_GT(hits, 1000) << "too few of the paths find anything";
+}
+
+/// Every node and attribute of a document.
+std::vector<xmlNode*> AllNodes(xmlNode* first) {
+  std::vector<xmlNode*> all;
+  for (xmlNode* node = first; node != nullptr; node = node->next) {
+    all.push_back(node);
+    if (node->type != XML_ELEMENT_NODE) continue;
+    for (xmlAttr* attribute = node->properties; attribute != nullptr; attribute = attribute->next) {
+      all.push_back(reinterpret_cast<xmlNode*>(attribute));
+    }
+    const std::vector<xmlNode*> below = AllNodes(node->children);
+    all.insert(all.end(), below.begin(), below.end());
+  }
+  return all;
+}
+
+std::string TextOrNone(const xmlChar* text) {
+  return text == nullptr ? "(none)" : reinterpret_cast<const char*>(text);
+}
+
+TEST(XmlPath, TextsAreThoseOfLibxml2) {
+  OnvifServiceBase service;
+  const auto expectSame = [&service](xmlNode* node) {
+    std::string text;
+    const RET_ONVIF content = service.GetNodeContent(node, text);
+    EXPECT_EQ(content == RET_ONVIF_OK ? text : "(none)", TextOrNone(XmlText(xmlNodeGetContent(node)).get()));
+    const RET_ONVIF attribute = service.GetNodeAttr(node, "a", text);
+    EXPECT_EQ(attribute == RET_ONVIF_OK ? text : "(none)", TextOrNone(XmlText(xmlGetProp(node, XmlChars("a"))).get()));
+  };
+  for (unsigned seed = 0; seed < 300; ++seed) {
+    const XmlDoc document = Generator(seed).Document();
+    for (xmlNode* node : AllNodes(document->children)) expectSame(node);
+  }
+  const XmlDoc document = ParseXml(
+      "<r a=''><b/><b></b><b>one</b><b> <c/> </b><b><![CDATA[two]]></b><b>three<![CDATA[four]]></b><b>a&amp;b</b>"
+      "<b a='&lt;x' z='y'>a<!-- c -->b</b><x:b xmlns:x='urn:one' x:a='other' a='mine'>\xC3\xA9</x:b></r>");
+  for (xmlNode* node : AllNodes(document->children)) expectSame(node);
 }
 
 TEST(XmlPath, ParsedDocumentWithDefaultNamespacesIsSearchedByNamespace) {
