@@ -11,8 +11,23 @@ set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib")
 set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib")
 
 add_library(camapi-settings INTERFACE)
-target_include_directories(camapi-settings INTERFACE "${PROJECT_SOURCE_DIR}")
+target_include_directories(camapi-settings INTERFACE "${CAMAPI_INCLUDE_DIR}")
 # 64-bit file sizes also where `long` has 32 bits.
 target_compile_definitions(camapi-settings INTERFACE _FILE_OFFSET_BITS=64)
 target_compile_options(camapi-settings INTERFACE
-  -Wall -Wextra -Wshadow -Wconversion -Wnon-virtual-dtor -Wold-style-cast -Werror)
+  -Wall -Wextra -Wshadow -Wconversion -Wnon-virtual-dtor -Wold-style-cast $<$<BOOL:${CAMAPI_WARNINGS_AS_ERRORS}>:-Werror>)
+
+# Installed programs and libraries find the libraries wherever the whole is put.
+file(RELATIVE_PATH camapi_libraries_from_programs "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
+set(CMAKE_INSTALL_RPATH "$ORIGIN" "$ORIGIN/${camapi_libraries_from_programs}")
+
+# camapi_version_library(TARGET): version and name of a shared library for the loader.
+function(camapi_version_library target)
+  set_target_properties(${target} PROPERTIES VERSION "${PROJECT_VERSION}" SOVERSION "${PROJECT_VERSION_MAJOR}")
+endfunction()
+
+# camapi_public_headers(TARGET HEADERS...): headers of the current folder that are installed with the library.
+function(camapi_public_headers target)
+  list(TRANSFORM ARGN PREPEND "${CMAKE_CURRENT_SOURCE_DIR}/" OUTPUT_VARIABLE headers)
+  set_target_properties(${target} PROPERTIES PUBLIC_HEADER "${headers}")
+endfunction()

@@ -17,5 +17,6 @@ camapi_add_test(loading-test
 add_dependencies(loading-test camapi-onvif)
 target_compile_definitions(loading-test PRIVATE
   CAMAPI_ONVIF_LIBRARY="$<TARGET_FILE:camapi-onvif>"
+  CAMAPI_ONVIF_SYMBOLS="${PROJECT_SOURCE_DIR}/onvif/camapi-onvif.symbols"
   CAMAPI_NM="${CMAKE_NM}"
   CAMAPI_READELF="${CMAKE_READELF}")
