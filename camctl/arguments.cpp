@@ -11,6 +11,8 @@ namespace camctl {
 
 namespace {
 
+constexpr const char* kTitle = "Workbench for ONVIF cameras";
+
 constexpr const char* kFooter =
     "The password comes from the environment (CAMCTL_PASSWORD), --password-file or a prompt.\n"
     "Exit status: 0 success, 1 failure, 2 wrong usage, 3 preset out of range, 4 camera not reached,\n"
@@ -148,7 +150,7 @@ std::string ChosenCommand(const CLI::App& app, const std::vector<CommandHelp>& c
 
 Arguments ParseArguments(int argc, const char* const* argv, const std::vector<CommandHelp>& commands) {
   Arguments arguments;
-  CLI::App app("Workbench for ONVIF cameras", "camctl");
+  CLI::App app(kTitle, "camctl");
   app.allow_extras();
   app.footer(FormsHelp(commands) + kFooter);
   app.get_formatter()->label("SUBCOMMAND", "COMMAND");
@@ -169,6 +171,19 @@ Arguments ParseArguments(int argc, const char* const* argv, const std::vector<Co
   if (app.count("--sim") > 0 && !arguments.connection.simulated) arguments.connection.simulated = "";
   arguments.command = ChosenCommand(app, commands);
   return arguments;
+}
+
+ProgramHelp DescribeProgram() {
+  Arguments arguments;
+  CLI::App app;
+  AddOptions(app, arguments);
+  ProgramHelp help{kTitle, {}, kFooter};
+  for (const CLI::Option* option : app.get_options()) {
+    const bool isSwitch = option->get_items_expected_max() == 0;
+    help.options.push_back(
+        {option->get_name(false, true), isSwitch ? "" : option->get_type_name(), option->get_description()});
+  }
+  return help;
 }
 
 }  // namespace camctl

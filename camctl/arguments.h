@@ -24,6 +24,13 @@ struct CommandHelp {
   std::vector<OptionHelp> options;
 };
 
+/// The program as the help shows it, but for the commands.
+struct ProgramHelp {
+  std::string title;
+  std::vector<OptionHelp> options;  ///< names with commas between them: "-h,--help"
+  std::string footer;
+};
+
 /// What the command line says.
 struct Arguments {
   ConnectionOptions connection;
@@ -37,5 +44,8 @@ struct Arguments {
 /// Throws UsageError for an unknown option or command (with the nearest one), a missing value, a second command, words
 /// behind a command that takes none. Values of unknown options are not repeated: they may be secrets.
 Arguments ParseArguments(int argc, const char* const* argv, const std::vector<CommandHelp>& commands);
+
+/// What `--help` says, for the manual.
+ProgramHelp DescribeProgram();
 
 }  // namespace camctl

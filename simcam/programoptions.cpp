@@ -1,6 +1,7 @@
 #include "simcam/programoptions.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 
@@ -8,6 +9,7 @@ namespace simcam {
 
 namespace {
 
+constexpr const char* kTitle = "A simulated ONVIF camera on 127.0.0.1";
 constexpr int kMaxPort = 65535;
 constexpr int kMaxCameras = 200;                // each has a thread and some open files
 constexpr std::size_t kMaxPasswordFile = 4096;  // bytes
@@ -30,13 +32,16 @@ void DeclareLists(CLI::App& app, Arguments& arguments) {
 
 void DeclareCamera(CLI::App& app, Arguments& arguments) {
   CameraOptions& camera = arguments.options.camera;
-  app.add_option("--model", arguments.options.model, "Built-in model or path of a model file")->capture_default_str();
-  app.add_option(
-      "--quirk", camera.quirks,
-      "NAME[=VALUE][@OPERATION][#NTH]: misbehave like this, always or for one operation or call; repeatable");
-  app.add_option("--user", camera.user, "User name of the account")->capture_default_str();
+  app.add_option("--model", arguments.options.model, "Built-in model or path of a model file")
+      ->type_name("MODEL")
+      ->capture_default_str();
+  app.add_option("--quirk", camera.quirks,
+                 "NAME[=VALUE][@OPERATION][#NTH]: misbehave like this, always or for one operation or call; repeatable")
+      ->type_name("QUIRK");
+  app.add_option("--user", camera.user, "User name of the account")->type_name("USER")->capture_default_str();
   app.add_option("--password-file", arguments.passwordFile,
-                 "File whose first line is the password; else SIMCAM_PASSWORD; else \"simcam\"");
+                 "File whose first line is the password; else SIMCAM_PASSWORD; else \"simcam\"")
+      ->type_name("FILE");
   app.add_option("--clock-window", arguments.clockWindow, "Seconds that a token's time may be off, both ways")
       ->check(CLI::Range(1, 86400))
       ->capture_default_str();
@@ -56,6 +61,12 @@ void DeclarePorts(CLI::App& app, Arguments& arguments) {
   app.add_option("--count", arguments.options.count, "Number of cameras, on ports that follow each other")
       ->check(CLI::Range(1, kMaxCameras))
       ->capture_default_str();
+}
+
+void Declare(CLI::App& app, Arguments& arguments) {
+  DeclareLists(app, arguments);
+  DeclareCamera(app, arguments);
+  DeclarePorts(app, arguments);
 }
 
 std::string ReadPasswordFile(const std::string& path) {
@@ -111,11 +122,9 @@ ProgramOptions Finish(Arguments arguments) {
 }  // namespace
 
 std::optional<ProgramOptions> ReadProgramOptions(int argc, char** argv) {
-  CLI::App app("A simulated ONVIF camera on 127.0.0.1", "simcam");
+  CLI::App app(kTitle, "simcam");
   Arguments arguments;
-  DeclareLists(app, arguments);
-  DeclareCamera(app, arguments);
-  DeclarePorts(app, arguments);
+  Declare(app, arguments);
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& request) {
@@ -125,6 +134,22 @@ std::optional<ProgramOptions> ReadProgramOptions(int argc, char** argv) {
     throw UsageError(error.what());
   }
   return Finish(std::move(arguments));
+}
+
+ProgramHelp DescribeProgram() {
+  CLI::App app;
+  Arguments arguments;
+  Declare(app, arguments);
+  ProgramHelp help{kTitle, {}};
+  for (const CLI::Option* option : app.get_options()) {
+    const bool isSwitch = option->get_items_expected_max() == 0;
+    // The type's name has the limits of the value behind it: "INT:INT in [0 - 65535]".
+    const std::string type = isSwitch ? "" : option->get_type_name();
+    const std::size_t end = std::min(type.find(':'), type.size());
+    help.options.push_back({option->get_name(false, true), type.substr(0, end), option->get_description(),
+                            type.substr(std::min(end + 1, type.size())), option->get_default_str()});
+  }
+  return help;
 }
 
 }  // namespace simcam

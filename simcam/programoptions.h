@@ -4,6 +4,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "simcam/simcamera.h"
 
@@ -26,5 +27,22 @@ struct ProgramOptions {
 // Reads the command line, the password file and the environment. Returns nothing when it has answered by itself, as to
 // --help. Throws UsageError.
 std::optional<ProgramOptions> ReadProgramOptions(int argc, char** argv);
+
+// An option as the help shows it.
+struct OptionHelp {
+  std::string name;      // names with commas between them: "-h,--help"
+  std::string value;     // "MODEL"; empty for a switch
+  std::string help;      // what it does
+  std::string limits;    // "INT in [0 - 65535]"; empty: none
+  std::string standard;  // what it is without the option; empty: none
+};
+
+struct ProgramHelp {
+  std::string title;
+  std::vector<OptionHelp> options;
+};
+
+// What --help says, for the manual.
+ProgramHelp DescribeProgram();
 
 }  // namespace simcam
