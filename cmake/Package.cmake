@@ -1,0 +1,63 @@
+# Debian packages by `cpack`: one for each component of Install.cmake.
+set(CAMAPI_PACKAGE_MAINTAINER "camapi-onvif developers <camapi-onvif@localhost>" CACHE STRING
+  "Whom the Debian packages name as their maintainer: NAME <ADDRESS>")
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_COMPONENTS_ALL library development)
+if(CAMAPI_BUILD_TOOLS)
+  list(APPEND CPACK_COMPONENTS_ALL tools)
+endif()
+
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
+set(CPACK_DEBIAN_PACKAGE_MAINTAINER "${CAMAPI_PACKAGE_MAINTAINER}")
+set(camapi_same_library "libcamapi-onvif${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
+
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME "libcamapi-onvif${PROJECT_VERSION_MAJOR}")
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
+# The record of the library's name for other packages, and with it the trigger of ldconfig.
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+set(CPACK_COMPONENT_LIBRARY_DESCRIPTION
+  "ONVIF camera driver for a network video recorder
+A driver library that the recorder's server loads: one object per camera,
+plain operations that return a result code, no threads of its own.
+It reads what a camera can do, sets its streams, moves its lens and keeps
+its presets.")
+
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libcamapi-onvif-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${camapi_same_library}, libxml2-dev")
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
+  "ONVIF camera driver for a network video recorder, for development
+The headers, the static library, a CMake package and a pkg-config file for
+servers that load libcamapi-onvif, and its documents.")
+
+set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME camapi-tools)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${camapi_same_library}")
+if(CAMAPI_HAVE_STREAMING)
+  # The encoders of the simulated camera's streams.
+  set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS
+    "gstreamer1.0-plugins-base, gstreamer1.0-plugins-good, gstreamer1.0-plugins-bad, gstreamer1.0-libav")
+endif()
+set(CPACK_COMPONENT_TOOLS_DESCRIPTION
+  "workbench for ONVIF cameras, and a simulated ONVIF camera
+camctl tells in one command why a camera does not work with a recorder:
+cause, evidence and remedy. simcam is a strict simulated camera over HTTP
+and RTSP, which can be told to misbehave as real cameras do.")
+
+# The programs are linked with libraries that no installed package has.
+foreach(component IN ITEMS LIBRARY TOOLS)
+  set(CPACK_DEBIAN_${component}_PACKAGE_SHLIBDEPS ON)
+endforeach()
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${CMAKE_LIBRARY_OUTPUT_DIRECTORY}")
+
+string(TIMESTAMP camapi_package_date "%a, %d %b %Y %H:%M:%S +0000" UTC)
+configure_file("${PROJECT_SOURCE_DIR}/cmake/FinishPackage.cmake.in" "${PROJECT_BINARY_DIR}/FinishPackage.cmake" @ONLY)
+set(CPACK_PRE_BUILD_SCRIPTS "${PROJECT_BINARY_DIR}/FinishPackage.cmake")
+include(CPack)
