@@ -14,14 +14,17 @@ endif()
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
+# Each component has its own summary: the first line of its description.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
+# For what other packages are linked with.
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER "${CAMAPI_PACKAGE_MAINTAINER}")
 set(camapi_same_library "libcamapi-onvif${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
 
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME "libcamapi-onvif${PROJECT_VERSION_MAJOR}")
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
-# The record of the library's name for other packages, and with it the trigger of ldconfig.
-set(CPACK_DEBIAN_LIBRARY_PACKAGE_GENERATE_SHLIBS ON)
-set(CPACK_DEBIAN_LIBRARY_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/cmake/triggers")
 set(CPACK_COMPONENT_LIBRARY_DESCRIPTION
   "ONVIF camera driver for a network video recorder
 A driver library that the recorder's server loads: one object per camera,
@@ -60,4 +63,5 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${CMAKE_LIBRARY_OUTPUT_DIRECTOR
 string(TIMESTAMP camapi_package_date "%a, %d %b %Y %H:%M:%S +0000" UTC)
 configure_file("${PROJECT_SOURCE_DIR}/cmake/FinishPackage.cmake.in" "${PROJECT_BINARY_DIR}/FinishPackage.cmake" @ONLY)
 set(CPACK_PRE_BUILD_SCRIPTS "${PROJECT_BINARY_DIR}/FinishPackage.cmake")
+set(CPACK_POST_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/cmake/RepackLibrary.cmake")
 include(CPack)
