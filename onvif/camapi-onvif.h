@@ -101,6 +101,7 @@ class CAMAPI_ONVIF_EXPORT ONVIFAPI : public CameraAPI {
   int GetVdoEncoderCap(std::map<std::string, std::string>& mapCap);
 
   /// Merges what the configurations offer: per codec the widest range of frame rates and all sizes.
+  /// \param lstConf the video encoder configurations
   /// \param[out] optUnion codecs ascending by name.
   /// \return 0, or 1 when the options of a configuration cannot be read
   int GetCodecCapUnion(const std::list<OVF_MED_VDO_CONF>& lstConf, OVF_MED_VDO_ENC_OPT& optUnion);
@@ -138,6 +139,7 @@ class CAMAPI_ONVIF_EXPORT ONVIFAPI : public CameraAPI {
   int SetStmProfile(STM_PROFILE const& profile) override;
 
   /// The same for one stream.
+  /// \param profile what is asked; its texts for the live view are not used
   /// \param[in,out] strToken its profile
   /// \param strOther profile of the other stream, which is left alone; empty for none
   /// \return 0; 7 for a stream mode other than 1 or an unknown video type; 1 or, as above, 0 for every failure
@@ -148,6 +150,10 @@ class CAMAPI_ONVIF_EXPORT ONVIFAPI : public CameraAPI {
   int CheckAndGetValidLiveviewProfile();
 
   /// Finds a profile, other than `strSkip`, by encoding and size.
+  /// \param lstProfile the profiles, in the order in which they are tried
+  /// \param strCodec the encoding, as ONVIF writes it
+  /// \param strReso the size, "WIDTHxHEIGHT"
+  /// \param strSkip token of the profile that is passed over
   /// \param[out] strFound the first that matches both, else the last that matches the encoding, else empty
   /// \return 0 both match, 1 the encoding matches, 2 none
   int FindProfByVdoTypeReso(const std::list<OVF_MED_PROFILE>& lstProfile, std::string strCodec, std::string strReso,

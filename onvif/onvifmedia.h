@@ -107,6 +107,7 @@ class CAMAPI_ONVIF_EXPORT OnvifMediaService : public OnvifServiceBase {
   RET_ONVIF GetProfiles(std::list<OVF_MED_PROFILE>& lstProfile);
 
   /// What is bound to one profile.
+  /// \param strToken the profile
   /// \param[out] profile gets its token also when the exchange fails. Tokens of the PTZ, video source and video encoder
   /// configuration; encoding, size, quality and frame rate limit; tokens of the audio source and encoder configuration;
   /// audio encoding. When the answer holds no such configuration, the tokens of the PTZ and video source configuration
@@ -114,12 +115,14 @@ class CAMAPI_ONVIF_EXPORT OnvifMediaService : public OnvifServiceBase {
   /// encoder that lacks one of its five texts ends the reading there, before the audio part. The name is not read.
   RET_ONVIF GetProfile(std::string strToken, OVF_MED_PROFILE& profile);
 
+  /// \param strName name of the new profile
   /// \param[out] profile its token; empty when the answer names none, untouched when the exchange fails
   RET_ONVIF CreateProfile(std::string strName, OVF_MED_PROFILE& profile);
 
   RET_ONVIF DeleteProfile(std::string strToken);
 
   /// The first audio source configuration that can be bound to a profile.
+  /// \param strToken the profile
   /// \param[out] strSourceToken empty when the answer names none, untouched when the exchange fails
   RET_ONVIF GetCompatibleAudioSourceConfigurations(std::string strToken, std::string& strSourceToken);
 
@@ -162,6 +165,7 @@ class CAMAPI_ONVIF_EXPORT OnvifMediaService : public OnvifServiceBase {
   /// \param[out] lstCodec added to; an option without encoding ends the list
   RET_ONVIF GetAudioEncoderConfigurationOptions(std::string strConfToken, std::list<OVF_MED_AUD_CODEC>& lstCodec);
 
+  /// \param strConfToken the video source configuration
   /// \param[out] inst untouched when the exchange fails
   RET_ONVIF GetGuaranteedNumberOfVideoEncoderInstances(std::string strConfToken, OVF_MED_GUAR_NUM_INST& inst);
 
@@ -194,10 +198,12 @@ class CAMAPI_ONVIF_EXPORT OnvifMediaService : public OnvifServiceBase {
   // Addresses.
 
   /// Address of a profile's stream: unicast RTP over RTSP.
+  /// \param strToken the profile
   /// \param[out] uri empty when the answer holds none, which is a success; untouched when the exchange fails
   RET_ONVIF GetStreamUri(std::string strToken, OVF_MED_URI& uri);
 
   /// Address of a profile's JPEG snapshot.
+  /// \param strToken the profile
   /// \param[out] uri empty when the answer holds none; untouched when the exchange fails
   /// \return also RET_ONVIF_XML_FAIL when the answer holds no address. That `GetStreamUri` accepts such an answer and
   /// this operation does not is meant.

@@ -54,6 +54,8 @@ class CAMAPI_ONVIF_EXPORT OnvifPtzService : public OnvifServiceBase {
                           std::string strVerMinor);
 
   /// Moves at `velocity` until told otherwise.
+  /// \param strToken the media profile
+  /// \param velocity speed of each axis
   /// \param nAxes axes that the camera has: bit 0 pan, bit 1 tilt, bit 2 zoom. Pan and tilt travel together; without
   /// any axis the velocity is sent empty.
   RET_ONVIF ContinuousMove(std::string strToken, OVF_PTZ_MOVE_PARAM& velocity, unsigned int nAxes);
@@ -74,6 +76,7 @@ class CAMAPI_ONVIF_EXPORT OnvifPtzService : public OnvifServiceBase {
 
   /// The camera's presets; those without token or name are left out. A device of version 1.0 is expected to answer with
   /// "PTZPreset" elements, every other with "Preset".
+  /// \param strToken the media profile
   /// \param[out] lstPreset added to
   RET_ONVIF GetPresets(std::string strToken, std::list<OVF_PTZ_PRESET_POS>& lstPreset);
 
@@ -93,6 +96,7 @@ class CAMAPI_ONVIF_EXPORT OnvifPtzService : public OnvifServiceBase {
   RET_ONVIF GetConfigurations(OVF_PTZ_CONF& conf);
 
   /// Chooses a pan/tilt and a zoom space, a velocity space before a relative one.
+  /// \param strConfToken the PTZ configuration
   /// \param[out] space untouched when the exchange fails; the ranges of a space that was not found keep what they hold
   RET_ONVIF GetConfigurationOptions(std::string strConfToken, OVF_PTZ_SPACE& space);
 

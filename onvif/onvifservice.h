@@ -58,6 +58,7 @@ class CAMAPI_ONVIF_EXPORT OnvifServiceBase {
 
   /// Wraps `strBody` with `GenSOAPMsg`, posts it and classifies the answer. Needs `UpdateServiceParam` first. A failed
   /// post and a fault are logged.
+  /// \param strBody what stands in the body of the envelope
   /// \param[out] pResponse what the camera answered, also when the result is not 0; null when nothing was parsed. The
   /// caller frees it with xmlFreeDoc.
   /// \return RET_ONVIF_OK, RET_ONVIF_SEND_FAIL, RET_ONVIF_NOT_AUTHORIZED (HTTP 401, or a fault whose subcode is
@@ -69,6 +70,7 @@ class CAMAPI_ONVIF_EXPORT OnvifServiceBase {
   RET_ONVIF SendSOAPMsg(_xmlDoc*& pRequest, _xmlDoc*& pResponse);
 
   /// Whether a child of the root's element children is an element named "Fault", in whatever namespace.
+  /// \param pDoc the answer
   /// \param[out] strSubcode, strReason texts of the fault, or what says that they could not be read; untouched without
   /// fault
   bool IsSOAPFaultMsg(_xmlDoc* pDoc, std::string& strSubcode, std::string& strReason);

@@ -26,6 +26,7 @@ class CameraCap {
   explicit CameraCap(MAP mapCap);
 
   /// Reads a JSON object whose members are texts.
+  /// \param strPath the file
   /// \param[out] cap the record; untouched on failure
   /// \param[out] strError one line that names the file, the key and the reason; untouched on success
   /// \return whether the file was read

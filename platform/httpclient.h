@@ -41,6 +41,8 @@ class HttpClient {
   HttpClient& operator=(const HttpClient&) = delete;
 
   /// Posts `strBody` to `strPath` (empty: the root) and waits for the answer.
+  /// \param strPath path of the service
+  /// \param strBody the request, as it is sent
   /// \param account for HTTP Digest
   /// \param nTimeout_s seconds for the whole exchange, all requests of it together; less than 1 counts as 1
   /// \return the exchange; its `eResult` is one of HTTP_POST_RESULT. Never throws.
