@@ -37,8 +37,10 @@ if(CAMAPI_HAS_OWN_PLATFORM)
     DESTINATION "${camapi_package}"
     COMPONENT development)
 
-  # From the file's own place to the root of the installation, which may be moved.
+  # From the file's own place to the root of the installation, which may be moved, and on from there.
   file(RELATIVE_PATH camapi_prefix "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
+  file(RELATIVE_PATH camapi_libdir "${CMAKE_INSTALL_PREFIX}" "${CMAKE_INSTALL_FULL_LIBDIR}")
+  file(RELATIVE_PATH camapi_includedir "${CMAKE_INSTALL_PREFIX}" "${CMAKE_INSTALL_FULL_INCLUDEDIR}")
   configure_file("${PROJECT_SOURCE_DIR}/cmake/camapi-onvif.pc.in" "${PROJECT_BINARY_DIR}/camapi-onvif.pc" @ONLY)
   install(FILES "${PROJECT_BINARY_DIR}/camapi-onvif.pc"
     DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"

@@ -1,5 +1,10 @@
 # Debian packages by `cpack`: one for each component of Install.cmake.
-set(CAMAPI_PACKAGE_MAINTAINER "camapi-onvif developers <camapi-onvif@localhost>" CACHE STRING
+# Whoever builds a package answers for it, named as Debian's tools do it; else those whom LICENSE names.
+set(camapi_maintainer "camapi-onvif developers <root@localhost>")
+if(DEFINED ENV{DEBFULLNAME} AND DEFINED ENV{DEBEMAIL})
+  set(camapi_maintainer "$ENV{DEBFULLNAME} <$ENV{DEBEMAIL}>")
+endif()
+set(CAMAPI_PACKAGE_MAINTAINER "${camapi_maintainer}" CACHE STRING
   "Whom the Debian packages name as their maintainer: NAME <ADDRESS>")
 
 set(CPACK_GENERATOR DEB)

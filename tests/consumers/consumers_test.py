@@ -65,48 +65,73 @@ def install():
                     "include/camapi-onvif/onvif/camapi-onvif.h", "include/camapi-onvif/platform/cameraapi.h"):
         require(len(installed(pattern)) == 1, f"{pattern}: installed are {installed(pattern)}")
     require(not installed("bin/*"), "programs are a component of their own")
-    for path in installed("include/**/*.h"):
-        run(CXX, "-std=c++17", "-fsyntax-only", "-x", "c++", os.path.join(ROOT, path),
-            *shlex.split(pkg_config("--cflags")))
+    # Whatever an installed header includes is installed as well.
+    every = os.path.join(WORK, "every-header.cpp")
+    with open(every, "w", encoding="utf-8") as file:
+        file.writelines(f'#include "{path}"\n' for path in installed("include/**/*.h"))
+    run(CXX, "-std=c++17", "-fsyntax-only", f"-I{ROOT}", every, *shlex.split(pkg_config(ROOT, "--cflags")))
 
 
-def find_package():
-    folder = fresh("find_package")
-    # A moved installation must be found where it is.
-    moved = os.path.join(folder, "moved")
-    shutil.copytree(ROOT, moved, symlinks=True)
-    configure(os.path.join(HERE, "find_package"), folder, f"-DCMAKE_PREFIX_PATH={moved}")
+def build_by_cmake(name, prefix):
+    """Builds and runs the programs of find_package/ against the installation at the prefix."""
+    folder = fresh(name)
+    configure(os.path.join(HERE, "find_package"), folder, f"-DCMAKE_PREFIX_PATH={prefix}")
     build(folder)
     for program in ("consumer", "consumer-static"):
         said = run(os.path.join(folder, program))
         require(said == SAYS, f"{program} says {said!r}")
 
 
-def pkg_config(*arguments):
-    folder = os.path.dirname(installed("**/camapi-onvif.pc")[0])
-    return run("pkg-config", *arguments, "camapi-onvif", PKG_CONFIG_PATH=os.path.join(ROOT, folder))
+def find_package():
+    # A moved installation must be found where it is.
+    moved = os.path.join(fresh("moved"), "root")
+    shutil.copytree(ROOT, moved, symlinks=True)
+    build_by_cmake("find_package", moved)
+
+
+def pkg_config(prefix, *arguments):
+    found = glob.glob(os.path.join(prefix, "**/camapi-onvif.pc"), recursive=True)
+    require(len(found) == 1, f"below {prefix} are {found}")
+    return run("pkg-config", *arguments, "camapi-onvif", PKG_CONFIG_PATH=os.path.dirname(found[0]))
+
+
+def build_by_pkg_config(name, prefix):
+    """Builds and runs a program by the compiler alone; returns the folder of the libraries."""
+    program = os.path.join(fresh(name), "consumer")
+    libraries = pkg_config(prefix, "--variable=libdir").strip()
+    run(CXX, "-std=c++17", os.path.join(HERE, "main.cpp"), "-o", program,
+        *shlex.split(pkg_config(prefix, "--cflags", "--libs")), f"-Wl,-rpath,{libraries}")
+    said = run(program)
+    require(said == SAYS, f"the program says {said!r}")
+    return os.path.realpath(libraries)
 
 
 def by_pkg_config():
-    folder = fresh("pkg_config")
-    program = os.path.join(folder, "consumer")
-    libraries = pkg_config("--variable=libdir").strip()
-    run(CXX, "-std=c++17", os.path.join(HERE, "main.cpp"), "-o", program,
-        *shlex.split(pkg_config("--cflags", "--libs")), f"-Wl,-rpath,{libraries}")
-    said = run(program)
-    require(said == SAYS, f"the program says {said!r}")
-    version = pkg_config("--modversion").strip()
+    build_by_pkg_config("pkg_config", ROOT)
+    version = pkg_config(ROOT, "--modversion").strip()
     require(re.fullmatch(r"\d+\.\d+\.\d+", version), f"the version is {version!r}")
 
 
 def subdirectory():
     folder = fresh("subdirectory")
-    configure(os.path.join(HERE, "subdirectory"), folder)
-    build(folder, "consumer")
+    source = os.path.join(HERE, "subdirectory")
+    configure(source, folder, "-DCMAKE_INSTALL_PREFIX=/usr")
+    build(folder, "consumer", "camapi-onvif-static")
     said = run(os.path.join(folder, "consumer"))
     require(said == SAYS, f"the program says {said!r}")
-    script = open(os.path.join(folder, "cmake_install.cmake"), encoding="utf-8").read()
-    require("camapi-onvif-config" not in script, "the library installs itself without being asked")
+    with open(os.path.join(folder, "camapi/cmake_install.cmake"), encoding="utf-8") as script:
+        require("camapi-onvif-config" not in script.read(), "the library installs itself without being asked")
+    # It does where it is asked to: as a part of a system, below /usr, where Debian has a folder for each architecture.
+    configure(source, folder, "-DCAMAPI_INSTALL=ON")
+    build(folder, "consumer", "camapi-onvif-static")
+    run(CMAKE, "--install", os.path.join(folder, "camapi"), DESTDIR=os.path.join(folder, "system"))
+    prefix = os.path.join(folder, "system/usr")
+    libraries = build_by_pkg_config("system_pkg_config", prefix)
+    if os.path.exists("/etc/debian_version"):
+        architecture = run(CXX, "-print-multiarch").strip()
+        expected = os.path.realpath(os.path.join(prefix, "lib", architecture))
+        require(libraries == expected, f"the libraries are in {libraries}, not in {expected}")
+    build_by_cmake("system_find_package", prefix)
 
 
 def foreign():

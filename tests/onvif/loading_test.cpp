@@ -213,9 +213,8 @@ TEST(DriverLibrary, ShowsThePublicClassesOnly) {
 TEST(DriverLibrary, ShowsWhatIsRecorded) {
   if (kSanitized) GTEST_SKIP() << "a sanitizer adds symbols of its own";
   const std::string renew =
-      "\nWhere it is meant: cmake --build build/release --target record-symbols, and say so in CHANGELOG.md. A name "
-      "that "
-      "went breaks programs built before: raise the version.";
+      "\nWhere it is meant: cmake --build build/release --target record-symbols, and say so in CHANGELOG.md.\n"
+      "A name that went breaks programs built before: raise the version.";
   EXPECT_THAT(Without(ShownNames(), RecordedNames()), IsEmpty()) << "new names" << renew;
   EXPECT_THAT(Without(RecordedNames(), ShownNames()), IsEmpty()) << "names that went" << renew;
 }

@@ -17,13 +17,16 @@ FOLDER = os.path.join(BUILD_DIR, "packages")
 SKIPPED = 77
 RUN_S = 800  # longest time of one command, generous for machines that have other work
 
+LIBRARIES = os.path.join("usr", VALUES["CAMAPI_LIBDIR"])  # "usr/lib/x86_64-linux-gnu" where the build is for /usr
+
 LIBRARY, DEVELOPMENT, TOOLS = "libcamapi-onvif0", "libcamapi-onvif-dev", "camapi-tools"
 # Of each package: what it depends on besides the C and C++ runtime, and some of its files.
 EXPECTED = {
-    LIBRARY: (["libxml2", "libcurl4"], ["usr/lib/libcamapi-onvif.so.0", "usr/lib/libcamapi-platform.so.0"]),
+    LIBRARY: (["libxml2", "libcurl4"], [f"{LIBRARIES}/libcamapi-onvif.so.0", f"{LIBRARIES}/libcamapi-platform.so.0"]),
     DEVELOPMENT: ([LIBRARY, "libxml2-dev"],
-                  ["usr/include/camapi-onvif/onvif/camapi-onvif.h", "usr/lib/libcamapi-onvif.so", "usr/lib/libcamapi-onvif.a",
-                   "usr/lib/cmake/camapi-onvif/camapi-onvif-config.cmake", "usr/lib/pkgconfig/camapi-onvif.pc"]),
+                  ["usr/include/camapi-onvif/onvif/camapi-onvif.h", f"{LIBRARIES}/libcamapi-onvif.so",
+                   f"{LIBRARIES}/libcamapi-onvif.a", f"{LIBRARIES}/cmake/camapi-onvif/camapi-onvif-config.cmake",
+                   f"{LIBRARIES}/pkgconfig/camapi-onvif.pc"]),
     TOOLS: ([LIBRARY, "libxml2", "libmicrohttpd12", "libcairo2"],
             ["usr/bin/camctl", "usr/bin/simcam", "usr/share/man/man1/camctl.1.gz", "usr/share/man/man1/simcam.1.gz",
              "usr/share/bash-completion/completions/camctl", "usr/share/bash-completion/completions/simcam"]),
@@ -110,7 +113,7 @@ def root():
 
 def use(folder):
     """Runs the programs below an installed root with its library, which they must not find by themselves."""
-    libraries = os.path.join(folder, "usr/lib")
+    libraries = os.path.join(folder, LIBRARIES)
     for program, option, word in (("camctl", "--version", "camctl "), ("simcam", "--list", "ptz-dome ")):
         path = os.path.join(folder, "usr/bin", program)
         said = run(path, option, LD_LIBRARY_PATH=libraries)
