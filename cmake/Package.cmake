@@ -1,6 +1,6 @@
 # Debian packages by `cpack`: one for each component of Install.cmake.
 # Whoever builds a package answers for it, named as Debian's tools do it; else those whom LICENSE names.
-set(camapi_maintainer "camapi-onvif developers <root@localhost>")
+set(camapi_maintainer "camapi-onvif developers <camapi-onvif@localhost>")
 if(DEFINED ENV{DEBFULLNAME} AND DEFINED ENV{DEBEMAIL})
   set(camapi_maintainer "$ENV{DEBFULLNAME} <$ENV{DEBEMAIL}>")
 endif()
