@@ -7,10 +7,11 @@
 
 namespace {
 
-constexpr const char* k_pSource = "onvif/boundary";
+constexpr const char* k_pBoundarySource = "onvif/boundary";
 
 void Log(const char* pOperation, const char* pWhat) {
-  DevicePackOwned::HxPrintf("%s:%d:%s(): The operation broke off: %s\n", k_pSource, __LINE__, pOperation, pWhat);
+  DevicePackOwned::HxPrintf("%s:%d:%s(): The operation broke off: %s\n", k_pBoundarySource, __LINE__, pOperation,
+                            pWhat);
 }
 
 }  // namespace

@@ -21,7 +21,7 @@ std::string CodecOf(int nVdoType) {
   return nVdoType >= 1 && nVdoType <= 3 ? OnvifMediaService::m_rgstrCodec[nVdoType - 1] : std::string();
 }
 
-std::string ResoText(const OVF_MED_VDO_CONF& conf) {
+std::string ConfiguredReso(const OVF_MED_VDO_CONF& conf) {
   return conf.strWidth + "x" + conf.strHeight;
 }
 
@@ -105,7 +105,7 @@ int ONVIFAPI::SetSingleMediaProfile(STM_PROFILE const& profile, std::string& str
 
   bool blChanged = current.VdoConf.strEncoding != strCodec;
   current.VdoConf.strEncoding = strCodec;
-  if (!profile.strReso.empty() && profile.strReso != ResoText(current.VdoConf)) {
+  if (!profile.strReso.empty() && profile.strReso != ConfiguredReso(current.VdoConf)) {
     SetReso(current.VdoConf, profile.strReso);
     blChanged = true;
   }
@@ -185,7 +185,7 @@ int ONVIFAPI::FindProfByVdoTypeReso(const std::list<OVF_MED_PROFILE>& lstProfile
   for (const OVF_MED_PROFILE& profile : lstProfile) {
     if (profile.strToken == strSkip || profile.VdoConf.strEncoding != strCodec) continue;
     strFound = profile.strToken;  // of those that match the codec only, the last one counts
-    if (ResoText(profile.VdoConf) == strReso) return 0;
+    if (ConfiguredReso(profile.VdoConf) == strReso) return 0;
     nResult = 1;
   }
   return nResult;

@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr const char* k_pSource = "onvif/onvifservice";
+constexpr const char* k_pServiceSource = "onvif/onvifservice";
 
 // Seconds for one exchange.
 constexpr int k_nPostTimeout_s = 120;
@@ -112,16 +112,16 @@ RET_ONVIF OnvifServiceBase::SendSOAPMsg(_xmlDoc*& pRequest, _xmlDoc*& pResponse)
 
 RET_ONVIF OnvifServiceBase::Classify(int nHostResult, _xmlDoc* pResponse) {
   if (nHostResult != 0) {
-    DevicePackOwned::HxPrintf("%s:%d:%s(): SendHttpXmlSocketPost failed. %d [%s]\n", k_pSource, __LINE__, "SendSOAPMsg",
-                              nHostResult, m_strServicePath.c_str());
+    DevicePackOwned::HxPrintf("%s:%d:%s(): SendHttpXmlSocketPost failed. %d [%s]\n", k_pServiceSource, __LINE__,
+                              "SendSOAPMsg", nHostResult, m_strServicePath.c_str());
     if (nHostResult == k_nHostAuthRefused) return RET_ONVIF_NOT_AUTHORIZED;
     if (nHostResult != k_nHostErrorStatusWithBody) return RET_ONVIF_SEND_FAIL;
   }
   std::string strSubcode;
   std::string strReason;
   if (!IsSOAPFaultMsg(pResponse, strSubcode, strReason)) return RET_ONVIF_OK;
-  DevicePackOwned::HxPrintf("%s:%d:%s(): SOAP fault: [subcode:%s][reason:%s]\n", k_pSource, __LINE__, "SendSOAPMsg",
-                            strSubcode.c_str(), strReason.c_str());
+  DevicePackOwned::HxPrintf("%s:%d:%s(): SOAP fault: [subcode:%s][reason:%s]\n", k_pServiceSource, __LINE__,
+                            "SendSOAPMsg", strSubcode.c_str(), strReason.c_str());
   return IsAuthSubcode(strSubcode) ? RET_ONVIF_NOT_AUTHORIZED : RET_ONVIF_SOAP_FAULT;
 }
 
