@@ -1,6 +1,6 @@
-"""The Debian packages: what is in them, and that they can be installed, used and removed. The first argument names what is
-done: "build", "root" (an empty root, with the libraries of this system) or "fresh_root" (a root that has nothing but a
-fresh system; it is fetched over the network)."""
+"""The Debian packages: what is in them, and that they can be installed, used and removed. The first argument names what
+is done: "build", "root" (an empty root, with the libraries of this system) or "fresh_root" (a root that has nothing but
+a fresh system; it is fetched over the network)."""
 
 import glob
 import os
@@ -70,9 +70,11 @@ def check(name):
     path = package(name)
     said = re.split(r",\s*", run("dpkg-deb", "--field", path, "Depends").strip())
     for other in depends:
-        require(any(re.match(re.escape(other) + r"(t64)?( |$)", word) for word in said), f"{name} depends on {said}, not {other}")
+        found = any(re.match(re.escape(other) + r"(t64)?( |$)", word) for word in said)
+        require(found, f"{name} depends on {said}, not {other}")
     there = [line.split()[5] for line in run("dpkg-deb", "--contents", path).splitlines()]
-    for file in [*files, *(f"usr/share/doc/{name}/{file}" for file in ("copyright", "changelog.gz", "changelog.Debian.gz"))]:
+    documents = (f"usr/share/doc/{name}/{file}" for file in ("copyright", "changelog.gz", "changelog.Debian.gz"))
+    for file in [*files, *documents]:
         require(f"./{file}" in there, f"{name} lacks {file}: {there}")
     text = run("dpkg-deb", "--field", path, "Description").splitlines()
     require(len(text[0]) <= 80 and len(text) >= 3, f"description of {name}: {text}")
@@ -84,13 +86,14 @@ def build():
     run(VALUES["CAMAPI_CPACK"], "-G", "DEB", "-B", FOLDER)
     for name in EXPECTED:
         check(name)
-    control = run("dpkg-deb", "--info", package(LIBRARY), "triggers") + run("dpkg-deb", "--info", package(LIBRARY), "shlibs")
+    control = "".join(run("dpkg-deb", "--info", package(LIBRARY), part) for part in ("triggers", "shlibs"))
     require("activate-noawait ldconfig" in control and f"libcamapi-onvif 0 {LIBRARY} (>= " in control, control)
     require("postinst" not in run("dpkg-deb", "--info", package(LIBRARY)), "the trigger needs no script")
 
 
 def files_below(folder):
-    return sorted(os.path.relpath(os.path.join(place, name), folder) for place, _, names in os.walk(folder) for name in names)
+    paths = (os.path.join(place, name) for place, _, names in os.walk(folder) for name in names)
+    return sorted(os.path.relpath(path, folder) for path in paths)
 
 
 def dpkg(root, *arguments):
