@@ -14,6 +14,10 @@ set(camapi_test_options -O0 -g1 -fno-sanitize=all)
 if(CMAKE_CXX_FLAGS MATCHES "-fsanitize")
   list(APPEND camapi_test_options -DCAMAPI_SANITIZED)
 endif()
+# So that a test can know that it runs under emulation, which is slow and lacks some of the system's calls.
+if(CMAKE_CROSSCOMPILING_EMULATOR)
+  list(APPEND camapi_test_options -DCAMAPI_EMULATED)
+endif()
 
 # What GLib keeps for the life of the process is told from leaks by its callers, for which the leak checker needs call
 # stacks that leave nobody out. They cost time, so that only tests that use GStreamer have them.
