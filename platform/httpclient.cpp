@@ -7,6 +7,8 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <cstdint>
+#include <limits>
 #include <mutex>
 #include <new>
 #include <system_error>
@@ -182,6 +184,11 @@ HTTP_POST_RESULT FromCurl(CURLcode eCode) {
   }
 }
 
+// libcurl takes times in a `long`, which has 32 bits on some machines; those 24 days are for ever here.
+long CurlTime(std::int64_t nTime_ms) {
+  return static_cast<long>(std::min<std::int64_t>(nTime_ms, std::numeric_limits<std::int32_t>::max()));
+}
+
 // The result of an exchange that broke off.
 HTTP_POST_RESULT FromFailure(CURLcode eCode, long nErrno, const ANSWER& answer) {
   if (answer.blNoMemory || nErrno == EMFILE || nErrno == ENFILE) return HTTP_POST_OUT_OF_RESOURCES;
@@ -295,8 +302,9 @@ struct HttpClient::CONNECTION {
 
   // False when nothing is left.
   bool SetTimeLeft(Clock::time_point deadline) {
-    const long nLeft_ms = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
-    return nLeft_ms > 0 && Set(CURLOPT_TIMEOUT_MS, nLeft_ms);
+    const std::int64_t nLeft_ms =
+        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
+    return nLeft_ms > 0 && Set(CURLOPT_TIMEOUT_MS, CurlTime(nLeft_ms));
   }
 
   CURLcode Send(CURLU* pUrl, std::string_view strBody, std::string strAuthorization, Clock::time_point deadline,

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <limits>
 #include <vector>
 
 #include "tests/platform/http_client_fixture.h"
@@ -140,6 +141,12 @@ TEST_F(HttpClientTest, CameraThatDoesNotAnswerTimesOutAndTheNextCallWorks) {
     m_camera.Answer(Reply::Ok("<a/>"));
     EXPECT_EQ(m_client.Post().result, 0) << "after: " << c.name;
   }
+}
+
+// In milliseconds it is more than a `long` of 32 bits can hold.
+TEST_F(HttpClientTest, LongestTimeoutThatCanBeSaidIsNoneThatIsOver) {
+  m_camera.Answer(Reply::Ok("<a/>"));
+  EXPECT_EQ(m_client.Post("/", "<q/>", std::numeric_limits<int>::max()).result, HTTP_POST_OK);
 }
 
 TEST_F(HttpClientTest, TimeoutCapShortensEveryExchange) {
