@@ -12,8 +12,11 @@ set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib")
 
 add_library(camapi-settings INTERFACE)
 target_include_directories(camapi-settings INTERFACE "${CAMAPI_INCLUDE_DIR}")
-# 64-bit file sizes also where `long` has 32 bits.
+# 64-bit file sizes and times also where `long` has 32 bits: a camera may tell of a year after 2038.
 target_compile_definitions(camapi-settings INTERFACE _FILE_OFFSET_BITS=64)
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  target_compile_definitions(camapi-settings INTERFACE _TIME_BITS=64)
+endif()
 target_compile_options(camapi-settings INTERFACE
   -Wall -Wextra -Wshadow -Wconversion -Wnon-virtual-dtor -Wold-style-cast $<$<BOOL:${CAMAPI_WARNINGS_AS_ERRORS}>:-Werror>)
 

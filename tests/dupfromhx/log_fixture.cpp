@@ -30,11 +30,18 @@ std::string WriteScript(const std::string& script) {
 
 }  // namespace
 
-// The linker puts this in the place of `time` (--wrap=time).
-extern "C" std::time_t __real_time(std::time_t* out);
-extern "C" std::time_t __wrap_time(std::time_t* out);
-extern "C" std::time_t __wrap_time(std::time_t* out) {
-  if (g_now == kRealTime) return __real_time(out);
+// What `time` is called in the object files: 64-bit times have a name of their own where `long` has 32 bits.
+#if __WORDSIZE == 32
+#define NAME_OF_TIME "__time64"
+#else
+#define NAME_OF_TIME "time"
+#endif
+
+// The linker puts the second in the place of `time` (--wrap).
+extern "C" std::time_t RealTime(std::time_t* out) __asm__("__real_" NAME_OF_TIME);
+extern "C" std::time_t WrapTime(std::time_t* out) __asm__("__wrap_" NAME_OF_TIME);
+extern "C" std::time_t WrapTime(std::time_t* out) {
+  if (g_now == kRealTime) return RealTime(out);
   if (out != nullptr) *out = g_now;
   return g_now;
 }

@@ -153,8 +153,9 @@ TEST(WsseUsernameToken, CreatedIsUtcNow) {
 }
 
 TEST(WsseUsernameToken, OffsetMovesCreatedAndTheDigestFits) {
-  for (const milliseconds offset :
-       {milliseconds(3600s), milliseconds(-86400s), 1ms, -1ms, milliseconds(400 * 86400s)}) {
+  // The last is after 2038, when the seconds since 1970 need more than 32 bits.
+  for (const milliseconds offset : {milliseconds(3600s), milliseconds(-86400s), 1ms, -1ms, milliseconds(400 * 86400s),
+                                    milliseconds(30LL * 365 * 86400s)}) {
     const TokenClockOffset clock(offset);
     const milliseconds before = Now();
     const WsseUsernameToken token = GenWSSEUsernameToken("user", "secret");
