@@ -15,8 +15,10 @@ if(CMAKE_CXX_FLAGS MATCHES "-fsanitize")
   list(APPEND camapi_test_options -DCAMAPI_SANITIZED)
 endif()
 # So that a test can know that it runs under emulation, which is slow and lacks some of the system's calls.
+set(camapi_slowness 1)
 if(CMAKE_CROSSCOMPILING_EMULATOR)
   list(APPEND camapi_test_options -DCAMAPI_EMULATED)
+  set(camapi_slowness 10)
 endif()
 
 # What GLib keeps for the life of the process is told from leaks by its callers, for which the leak checker needs call
@@ -34,6 +36,7 @@ function(camapi_add_test name)
   if(NOT TEST_TIMEOUT)
     set(TEST_TIMEOUT 120)
   endif()
+  math(EXPR TEST_TIMEOUT "${TEST_TIMEOUT} * ${camapi_slowness}")
   add_executable(${name} ${TEST_SOURCES})
   target_link_libraries(${name} PRIVATE ${TEST_LIBRARIES} testsupport camapi-settings)
   target_compile_options(${name} PRIVATE ${camapi_test_options})

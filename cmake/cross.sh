@@ -2,6 +2,16 @@
 
 cross_architectures=(armhf arm64)
 
+# is_cross_architecture NAME: whether it is one of them.
+is_cross_architecture() {
+  printf '%s\n' "${cross_architectures[@]}" | grep -qxF -- "$1"
+}
+
+# not_emulated: the names of tests/not-emulated as one regular expression.
+not_emulated() {
+  sed 's/ *#.*//;/^$/d' "$root/tests/not-emulated" | paste -sd '|'
+}
+
 # What the build finds in a sysroot; the counterparts of build_packages and test_packages.
 sysroot_packages=(libc6-dev libstdc++-12-dev libxml2-dev libcurl4-openssl-dev libssl-dev libmicrohttpd-dev libcli11-dev
                   nlohmann-json3-dev libcairo2-dev libjpeg62-turbo-dev zlib1g-dev libgtest-dev libgmock-dev)

@@ -55,14 +55,18 @@ want_packages() {
   need_packages "$@" || echo "Going on without $what." >&2
 }
 
+# What build_preset builds; what the preset says where it is empty.
+build_targets=()
+
 # build_preset PRESET [CMAKE-OPTION...]: configures and builds; the output is shown only when a step fails.
 build_preset() {
-  local preset=$1 log
+  local preset=$1 log only=()
   shift
+  [ "${#build_targets[@]}" -eq 0 ] || only=(--target "${build_targets[@]}")
   mkdir -p "$root/build"
   log="$root/build/$preset.log"
   echo "Building ($preset) ..." >&2
-  if ! (cd "$root" && cmake --preset "$preset" "$@" && cmake --build --preset "$preset") >"$log" 2>&1; then
+  if ! (cd "$root" && cmake --preset "$preset" "$@" && cmake --build --preset "$preset" "${only[@]}") >"$log" 2>&1; then
     cat "$log" >&2
     echo "The build failed; its output is above and in build/$preset.log" >&2
     return 1

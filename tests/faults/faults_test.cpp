@@ -13,9 +13,9 @@ namespace {
 
 constexpr std::size_t kMostShown = 25;
 
-// One case in so many is run, unless the environment asks for all of them. With sanitizers a case takes some twenty
-// times as long.
-#ifdef CAMAPI_SANITIZED
+// One case in so many is run, unless the environment asks for all of them. With sanitizers, or under emulation,
+// a case takes some twenty times as long.
+#if defined CAMAPI_SANITIZED || defined CAMAPI_EMULATED
 constexpr std::size_t kOneIn = 15;
 constexpr std::size_t kLeastCases = 1500;
 #else
