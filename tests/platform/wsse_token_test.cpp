@@ -7,6 +7,7 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <ctime>
 #include <iterator>
@@ -167,7 +168,7 @@ TEST(WsseUsernameToken, OffsetMovesCreatedAndTheDigestFits) {
 }
 
 /// Hours that a token made now is ahead, rounded.
-long HoursAhead() {
+std::int64_t HoursAhead() {
   const milliseconds ahead = Instant(GenWSSEUsernameToken("user", "secret").strCreated) - Now();
   return std::chrono::duration_cast<std::chrono::hours>(ahead + 30min).count();
 }
@@ -187,7 +188,7 @@ TEST(TokenClockOffset, EndsWithItsScopeAndNests) {
 
 TEST(TokenClockOffset, OtherThreadsKeepTheirClock) {
   const TokenClockOffset clock(7h);
-  long elsewhere = -1;
+  std::int64_t elsewhere = -1;
   std::thread([&elsewhere] { elsewhere = HoursAhead(); }).join();
   EXPECT_EQ(elsewhere, 0);
   EXPECT_EQ(HoursAhead(), 7);

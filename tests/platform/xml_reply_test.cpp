@@ -203,7 +203,7 @@ class StandardError {
   StandardError(const StandardError&) = delete;
   StandardError& operator=(const StandardError&) = delete;
 
-  long Bytes() const {
+  off_t Bytes() const {
     std::fflush(stderr);
     return lseek(fileno(m_file), 0, SEEK_END);
   }
