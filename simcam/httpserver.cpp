@@ -68,7 +68,7 @@ struct ChunkedBody {
     if (position >= text.size()) {
       return MHD_CONTENT_READER_END_OF_STREAM;
     }
-    return static_cast<ssize_t>(text.copy(buffer, size, position));
+    return static_cast<ssize_t>(text.copy(buffer, size, static_cast<std::size_t>(position)));
   }
   static void Free(void* self) { const std::unique_ptr<ChunkedBody> owner(static_cast<ChunkedBody*>(self)); }
 };
