@@ -221,8 +221,8 @@ class Boundary : public testing::TestWithParam<ServerCall> {
 INSTANTIATE_TEST_SUITE_P(Operations, Boundary, testing::ValuesIn(ServerCalls()),
                          [](const auto& row) { return std::string(row.param.name); });
 
-/// Sanitizers and emulation take their time; they are shown a part. The readers have every failure of libxml2 in the tests of the
-/// service clients.
+/// Sanitizers and emulation take their time; they are shown a part. The readers have every failure of libxml2 in the
+/// tests of the service clients.
 #if defined CAMAPI_SANITIZED || defined CAMAPI_EMULATED
 constexpr long kStep = 7;
 constexpr long kXmlStep = 49;

@@ -96,13 +96,19 @@ std::multimap<std::uintptr_t, std::string> FunctionsOf(const std::string& librar
 
 // Where in a library a function is.
 Dl_info Find(const void* code) {
-  auto address = reinterpret_cast<std::uintptr_t>(code);
-#ifdef __arm__
-  address &= ~std::uintptr_t{1};  // set for Thumb code
-#endif
   Dl_info info{};
-  if (dladdr(reinterpret_cast<const void*>(address), &info) == 0) throw std::runtime_error("code of no library");
+  if (dladdr(code, &info) == 0) throw std::runtime_error("code of no library");
   return info;
+}
+
+// How far from a library's begin a function is, as nm tells it: without the bit that marks Thumb code.
+std::uintptr_t OffsetOf(const void* code, const Dl_info& library) {
+  const auto offset = reinterpret_cast<std::uintptr_t>(code) - reinterpret_cast<std::uintptr_t>(library.dli_fbase);
+#ifdef __arm__
+  return offset & ~std::uintptr_t{1};
+#else
+  return offset;
+#endif
 }
 
 // All names of a function: the optimiser merges those that do the same.
@@ -111,8 +117,7 @@ std::vector<std::string> NamesOf(const void* code) {
   const Dl_info info = Find(code);
   const auto [library, isNew] = libraries.try_emplace(info.dli_fname);
   if (isNew) library->second = FunctionsOf(info.dli_fname);
-  const auto offset = reinterpret_cast<std::uintptr_t>(code) - reinterpret_cast<std::uintptr_t>(info.dli_fbase);
-  const auto [first, last] = library->second.equal_range(offset);
+  const auto [first, last] = library->second.equal_range(OffsetOf(code, info));
   std::vector<std::string> names;
   for (auto function = first; function != last; ++function) names.push_back(Shortened(function->second));
   return names;
