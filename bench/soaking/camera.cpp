@@ -150,7 +150,7 @@ void Camera::SwitchQuirks(const std::string& lines) {
 void Camera::Reboot() {
   const auto interval = std::chrono::duration_cast<std::chrono::milliseconds>(m_plan.interval);
   const std::chrono::milliseconds down(Below(static_cast<int>(interval.count()) * 5 / 2));
-  m_plight->number = down.count();
+  m_plight->number = static_cast<long>(down.count());
   m_plight->overEarliest = std::chrono::steady_clock::now() + down;
   Tell(m_plan.ports.control, "POST", "/reboot", std::to_string(down.count()));
   m_plight->overLatest = std::chrono::steady_clock::now() + down;

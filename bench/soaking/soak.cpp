@@ -45,7 +45,7 @@ bool WaitUntil(steady_clock::time_point time, const sigset_t& signals) {
   const auto whole = std::chrono::duration_cast<std::chrono::seconds>(left);
   timespec patience{};
   patience.tv_sec = whole.count();
-  patience.tv_nsec = std::chrono::duration_cast<std::chrono::nanoseconds>(left - whole).count();
+  patience.tv_nsec = static_cast<long>(std::chrono::nanoseconds(left - whole).count());  // below a second
   return sigtimedwait(&signals, nullptr, &patience) == -1;
 }
 
