@@ -35,7 +35,11 @@ using End = HttpConnection::End;
 using Text = testing::Matcher<const std::string&>;
 
 constexpr const char* kDevicePath = "/onvif/device_service";
-constexpr std::chrono::milliseconds kPatience{150};   // for what must not come
+#ifdef CAMAPI_EMULATED
+constexpr std::chrono::milliseconds kPatience{1500};  // for what must not come
+#else
+constexpr std::chrono::milliseconds kPatience{150};  // for what must not come
+#endif
 constexpr std::chrono::milliseconds kLongest{10000};  // for what must come
 
 std::string DateRequest() {
