@@ -12,6 +12,11 @@ not_emulated() {
   sed 's/ *#.*//;/^$/d' "$root/tests/not-emulated" | paste -sd '|'
 }
 
+# count_not_emulated PRESET: how many tests of the preset, which is built, those are.
+count_not_emulated() {
+  (cd "$root" && ctest --preset "$1" -N -R "$(not_emulated)") | sed -n 's/^Total Tests: //p'
+}
+
 # What the build finds in a sysroot; the counterparts of build_packages and test_packages.
 sysroot_packages=(libc6-dev libstdc++-12-dev libxml2-dev libcurl4-openssl-dev libssl-dev libmicrohttpd-dev libcli11-dev
                   nlohmann-json3-dev libcairo2-dev libjpeg62-turbo-dev zlib1g-dev libgtest-dev libgmock-dev)
