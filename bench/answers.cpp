@@ -89,8 +89,9 @@ std::string EncoderConfiguration(std::int64_t number) {
 }
 
 std::string Preset(std::int64_t number) {
-  const std::string name = std::to_string(number);
-  return "<tptz:Preset token=\"t" + name + "\"><tt:Name>" + name +
+  const std::string digits = std::to_string(number);
+  // A preset of the server's own: the driver deletes all others.
+  return "<tptz:Preset token=\"t" + digits + "\"><tt:Name>QARN" + digits +
          "</tt:Name><tt:PTZPosition><tt:PanTilt y=\"0.5\" x=\"0.25\"/><tt:Zoom "
          "x=\"0\"/></tt:PTZPosition></tptz:Preset>";
 }

@@ -1,17 +1,17 @@
 // What calls cost: the driver's, and those of a client that does no more than it must. Times are processor times of
-// this process, the camera not counted.
+// this process, the camera not counted. All cases take turns, a short while each, so that a ratio of two of them is
+// taken under the same circumstances however the machine's change.
 //
-//   call-bench [options of Google Benchmark]
+//   call-bench [ROUNDS]                        a JSON array, an object for each case: microseconds of a call per round
 //   call-bench --calls COUNT CASE [PROFILES]   one case so many times, without a clock: for a tool that counts
 //                                              instructions
 
-#include <benchmark/benchmark.h>
-
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <exception>
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -23,10 +23,18 @@ namespace {
 using bench::Callers;
 using bench::Case;
 
-constexpr int kRepetitions = 9;
-constexpr double kLeastTime_s = 0.05;  // of each repetition
-constexpr std::int64_t kFewProfiles = 2;
-constexpr std::int64_t kProfiles[] = {2, 16, 64};
+constexpr int kUsualRounds = 31;
+constexpr double kTurn_s = 0.02;  // of a case in a round
+constexpr int kFewProfiles = 2;
+constexpr int kProfiles[] = {kFewProfiles, 16, 64};
+
+/// A case before its camera.
+struct Measured {
+  Case what;
+  int profiles;
+  Callers& callers;
+  std::vector<double> perCall_us;
+};
 
 /// Everything that can be called by name: the cases and the single operations.
 std::vector<Case> AllCases() {
@@ -36,55 +44,74 @@ std::vector<Case> AllCases() {
   return all;
 }
 
-bench::CameraSize Size(std::int64_t profiles) {
+std::unique_ptr<Callers> CallersOf(int profiles) {
   bench::CameraSize size;
   size.profiles = profiles;
   size.encoderConfigurations = profiles;
-  return size;
+  return std::make_unique<Callers>(size);
 }
 
-/// The first call makes what later ones keep.
-std::unique_ptr<Callers> WarmedUp(const Case& what, std::int64_t profiles) {
-  auto callers = std::make_unique<Callers>(Size(profiles));
-  what.call(*callers);
-  return callers;
+double ProcessorTime_s() {
+  timespec now{};
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+  return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
 }
 
-void Measure(benchmark::State& state, const Case& what, std::int64_t profiles) {
-  const std::unique_ptr<Callers> callers = WarmedUp(what, profiles);
-  try {
-    for ([[maybe_unused]] auto iteration : state) what.call(*callers);
-  } catch (const std::exception& error) {
-    state.SkipWithError(error.what());
-  }
+double PerCall_us(Measured& measured) {
+  const double start_s = ProcessorTime_s();
+  double passed_s = 0;
+  long calls = 0;
+  do {
+    measured.what.call(measured.callers);
+    ++calls;
+    passed_s = ProcessorTime_s() - start_s;
+  } while (passed_s < kTurn_s);
+  return 1e6 * passed_s / static_cast<double>(calls);
 }
 
-void Register(const std::string& name, const Case& what, std::int64_t profiles) {
-  benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) { Measure(state, what, profiles); })
-      ->MeasureProcessCPUTime()
-      ->Unit(benchmark::kMicrosecond)
-      ->MinTime(kLeastTime_s)
-      ->Repetitions(kRepetitions);
-}
-
-void RegisterAll() {
-  for (const Case& what : bench::StreamUriCases()) Register(what.name, what, kFewProfiles);
-  for (const std::int64_t profiles : kProfiles) {
-    for (const Case& what : bench::TenCallCases()) {
-      Register(std::string(what.name) + "/" + std::to_string(profiles), what, profiles);
+void Print(const std::vector<Measured>& all) {
+  const char* separator = "[\n";
+  for (const Measured& measured : all) {
+    std::printf("%s  {\"case\": \"%s\", \"profiles\": %d, \"us\": [", separator, measured.what.name, measured.profiles);
+    const char* comma = "";
+    for (const double time_us : measured.perCall_us) {
+      std::printf("%s%.3f", comma, time_us);
+      comma = ", ";
     }
+    std::printf("]}");
+    separator = ",\n";
   }
+  std::printf("\n]\n");
 }
 
-int Call(long count, const char* name, std::int64_t profiles) {
-  for (const Case& what : AllCases()) {
-    if (std::strcmp(what.name, name) != 0) continue;
-    const std::unique_ptr<Callers> callers = WarmedUp(what, profiles);
-    for (long i = 0; i < count; ++i) what.call(*callers);
-    return 0;
+void Measure(int rounds) {
+  std::vector<std::unique_ptr<Callers>> callers;
+  std::vector<Measured> all;
+  for (const int profiles : kProfiles) {
+    callers.push_back(CallersOf(profiles));
+    const std::vector<Case>& cases = profiles == kFewProfiles ? bench::StreamUriCases() : bench::TenCallCases();
+    for (const Case& what : cases) all.push_back({what, profiles, *callers.back(), {}});
   }
-  std::fprintf(stderr, "call-bench: there is no case \"%s\"\n", name);
-  return 2;
+  for (const Case& what : bench::TenCallCases()) all.push_back({what, kFewProfiles, *callers.front(), {}});
+  for (Measured& measured : all) PerCall_us(measured);  // makes what later calls keep
+  for (int round = 0; round < rounds; ++round) {
+    for (Measured& measured : all) measured.perCall_us.push_back(PerCall_us(measured));
+  }
+  Print(all);
+}
+
+/// Also one call more, which makes what later ones keep.
+int Call(long count, const char* name, int profiles) {
+  const std::vector<Case> all = AllCases();
+  const auto found =
+      std::find_if(all.begin(), all.end(), [name](const Case& what) { return std::strcmp(what.name, name) == 0; });
+  if (found == all.end()) {
+    std::fprintf(stderr, "call-bench: there is no case \"%s\"\n", name);
+    return 2;
+  }
+  const std::unique_ptr<Callers> callers = CallersOf(profiles);
+  for (long i = 0; i <= count; ++i) found->call(*callers);
+  return 0;
 }
 
 }  // namespace
@@ -92,12 +119,9 @@ int Call(long count, const char* name, std::int64_t profiles) {
 int main(int argc, char** argv) {
   try {
     if (argc >= 4 && std::strcmp(argv[1], "--calls") == 0) {
-      return Call(std::atol(argv[2]), argv[3], argc > 4 ? std::atol(argv[4]) : kFewProfiles);
+      return Call(std::atol(argv[2]), argv[3], argc > 4 ? std::atoi(argv[4]) : kFewProfiles);
     }
-    RegisterAll();
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
-    benchmark::RunSpecifiedBenchmarks();
+    Measure(argc > 1 ? std::atoi(argv[1]) : kUsualRounds);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "call-bench: %s\n", error.what());
     return 1;

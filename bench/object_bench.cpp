@@ -47,6 +47,11 @@ long BytesPerBase(int count, int port) {
   return (InUse() - before) / count;
 }
 
+struct Operation {
+  const char* name;
+  int result;
+};
+
 /// The server calls these of every camera, again and again.
 void Tour(ONVIFAPI& driver) {
   Texts texts;
@@ -54,20 +59,23 @@ void Tour(ONVIFAPI& driver) {
   std::string path;
   int port = 0;
   int flag = 0;
-  const int results[] = {driver.GetDeviceInfo(texts),
-                         driver.GetCapability(texts),
-                         driver.GetPathPort(path, port),
-                         driver.GetLivePathPort(path, port),
-                         driver.GetShotPathPort(path, port, flag),
-                         driver.GetPresets(presets)};
-  for (const int result : results) {
-    if (result != CAMERA_OK) throw std::runtime_error("an operation answered " + std::to_string(result));
+  const Operation operations[] = {
+      {"GetDeviceInfo", driver.GetDeviceInfo(texts)},
+      {"GetCapability", driver.GetCapability(texts)},
+      {"GetPathPort", driver.GetPathPort(path, port)},
+      {"GetLivePathPort", driver.GetLivePathPort(path, port)},
+      {"GetShotPathPort", driver.GetShotPathPort(path, port, flag)},
+      {"GetPresets", driver.GetPresets(presets)},
+  };
+  for (const Operation& operation : operations) {
+    if (operation.result == CAMERA_OK) continue;
+    throw std::runtime_error(operation.name + std::string(" answered ") + std::to_string(operation.result));
   }
 }
 
 void Measure(int count, const char* end) {
   const bench::CannedCamera camera(bench::MakeAnswers({}));
-  CameraCap cap(Texts{{"media_entry", kServicePath}, {"ptz_entry", kServicePath}, {"ptz_pan", "continuous"}});
+  CameraCap cap(Texts{{"media_entry", kServicePath}, {"ptz_entry", kServicePath}, {"preset", "63"}});
   {
     // What a first call leaves to the whole process is not an object's.
     ONVIFAPI first("127.0.0.1", camera.Port(), "admin", "password12", "p0,p1", cap);

@@ -85,7 +85,5 @@ need_sysroot() {
     echo "No sysroot for $1: its packages could not be fetched; see above and in build/sysroot-$1.log" >&2
     return 1
   fi
-  trim_sysroot "$dir.part"
-  link_inside "$dir.part"
-  mv "$dir.part" "$dir"
+  trim_sysroot "$dir.part" && link_inside "$dir.part" && mv "$dir.part" "$dir"
 }

@@ -1,0 +1,55 @@
+"""Compares the instructions of the driver's calls with those that were recorded. Takes the program `call-bench`, the
+file of records, and --record to write it anew."""
+
+import sys
+
+sys.dont_write_bytecode = True
+
+from callgrind import instructions
+
+TOLERANCE = 0.05  # libraries and processors differ a little from machine to machine
+
+HEADER = """\
+# Instructions of a call through a service client, as `bench/instructions --record` counts them: operation, number.
+"""
+
+
+def read(path):
+    with open(path, encoding="ascii") as file:
+        rows = [line.split() for line in file if not line.startswith("#")]
+    return {name: int(number) for name, number in rows}
+
+
+def record(program, path, names):
+    lines = [f"{name} {instructions(program, name)}\n" for name in names]
+    with open(path, "w", encoding="ascii") as file:
+        file.write(HEADER + "".join(lines))
+
+
+def compare(program, recorded):
+    slower = 0
+    print(f"{'operation':<40} {'recorded':>10} {'now':>10} {'ratio':>7}")
+    for name, before in recorded.items():
+        now = instructions(program, name)
+        verdict = ""
+        if now > before * (1 + TOLERANCE):
+            verdict = "  SLOWER"
+            slower += 1
+        elif now < before * (1 - TOLERANCE):
+            verdict = "  faster: record it"
+        print(f"{name:<40} {before:>10} {now:>10} {now / before:>7.3f}{verdict}")
+    if slower:
+        print(f"{slower} operations take over {TOLERANCE:.0%} more instructions than recorded. Where that is meant: "
+              "bench/instructions --record", file=sys.stderr)
+    return 1 if slower else 0
+
+
+def main():
+    program, path = sys.argv[1:3]
+    if sys.argv[3:] == ["--record"]:
+        return record(program, path, read(path))
+    return compare(program, read(path))
+
+
+if __name__ == "__main__":
+    sys.exit(main())
