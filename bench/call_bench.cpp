@@ -1,4 +1,4 @@
-// What calls cost: the driver's, and those of a client that does no more than it must. Times are processor times of
+// What calls cost: the driver's, and those of a plain client of the same libraries. Times are processor times of
 // this process, the camera not counted. All cases take turns, a short while each, so that a ratio of two of them is
 // taken under the same circumstances however the machine's change.
 //
@@ -13,6 +13,7 @@
 #include <ctime>
 #include <exception>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -24,7 +25,8 @@ using bench::Callers;
 using bench::Case;
 
 constexpr int kUsualRounds = 31;
-constexpr double kTurn_s = 0.02;  // of a case in a round
+constexpr double kTurn_s = 0.02;    // of a case in a round
+constexpr long kMost = 10'000'000;  // of whatever is asked for
 constexpr int kFewProfiles = 2;
 constexpr int kProfiles[] = {kFewProfiles, 16, 64};
 
@@ -33,8 +35,18 @@ struct Measured {
   Case what;
   int profiles;
   Callers& callers;
-  std::vector<double> perCall_us;
+  long calls = 1;  // of a turn
+  std::vector<double> perCall_us = {};
 };
+
+constexpr char kUsage[] = "usage: call-bench [ROUNDS] | call-bench --calls COUNT CASE [PROFILES]; numbers from 1";
+
+long Number(const char* text) {
+  char* end = nullptr;
+  const long number = std::strtol(text, &end, 10);
+  if (*text == '\0' || *end != '\0' || number < 1 || number > kMost) throw std::invalid_argument(kUsage);
+  return number;
+}
 
 /// Everything that can be called by name: the cases and the single operations.
 std::vector<Case> AllCases() {
@@ -57,16 +69,16 @@ double ProcessorTime_s() {
   return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
 }
 
-double PerCall_us(Measured& measured) {
+double PerCall_s(const Measured& measured) {
   const double start_s = ProcessorTime_s();
-  double passed_s = 0;
-  long calls = 0;
-  do {
-    measured.what.call(measured.callers);
-    ++calls;
-    passed_s = ProcessorTime_s() - start_s;
-  } while (passed_s < kTurn_s);
-  return 1e6 * passed_s / static_cast<double>(calls);
+  for (long i = 0; i < measured.calls; ++i) measured.what.call(measured.callers);
+  return (ProcessorTime_s() - start_s) / static_cast<double>(measured.calls);
+}
+
+/// Makes what later calls keep, and finds out how many fit into a turn.
+void WarmUp(Measured& measured) {
+  measured.what.call(measured.callers);
+  while (PerCall_s(measured) * static_cast<double>(measured.calls) < kTurn_s) measured.calls *= 2;
 }
 
 void Print(const std::vector<Measured>& all) {
@@ -84,18 +96,18 @@ void Print(const std::vector<Measured>& all) {
   std::printf("\n]\n");
 }
 
-void Measure(int rounds) {
+void Measure(long rounds) {
   std::vector<std::unique_ptr<Callers>> callers;
   std::vector<Measured> all;
   for (const int profiles : kProfiles) {
     callers.push_back(CallersOf(profiles));
     const std::vector<Case>& cases = profiles == kFewProfiles ? bench::StreamUriCases() : bench::TenCallCases();
-    for (const Case& what : cases) all.push_back({what, profiles, *callers.back(), {}});
+    for (const Case& what : cases) all.push_back({what, profiles, *callers.back()});
   }
-  for (const Case& what : bench::TenCallCases()) all.push_back({what, kFewProfiles, *callers.front(), {}});
-  for (Measured& measured : all) PerCall_us(measured);  // makes what later calls keep
-  for (int round = 0; round < rounds; ++round) {
-    for (Measured& measured : all) measured.perCall_us.push_back(PerCall_us(measured));
+  for (const Case& what : bench::TenCallCases()) all.push_back({what, kFewProfiles, *callers.front()});
+  for (Measured& measured : all) WarmUp(measured);
+  for (long round = 0; round < rounds; ++round) {
+    for (Measured& measured : all) measured.perCall_us.push_back(1e6 * PerCall_s(measured));
   }
   Print(all);
 }
@@ -118,10 +130,13 @@ int Call(long count, const char* name, int profiles) {
 
 int main(int argc, char** argv) {
   try {
-    if (argc >= 4 && std::strcmp(argv[1], "--calls") == 0) {
-      return Call(std::atol(argv[2]), argv[3], argc > 4 ? std::atoi(argv[4]) : kFewProfiles);
-    }
-    Measure(argc > 1 ? std::atoi(argv[1]) : kUsualRounds);
+    const bool isOneCase = (argc == 4 || argc == 5) && std::strcmp(argv[1], "--calls") == 0;
+    if (isOneCase) return Call(Number(argv[2]), argv[3], argc > 4 ? static_cast<int>(Number(argv[4])) : kFewProfiles);
+    if (argc > 2) throw std::invalid_argument(kUsage);
+    Measure(argc > 1 ? Number(argv[1]) : kUsualRounds);
+  } catch (const std::invalid_argument& error) {
+    std::fprintf(stderr, "%s\n", error.what());
+    return 2;
   } catch (const std::exception& error) {
     std::fprintf(stderr, "call-bench: %s\n", error.what());
     return 1;

@@ -15,6 +15,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <new>
 #include <string>
 #include <system_error>
@@ -171,6 +172,18 @@ CannedCounts* MakeCounts() {
   return new (memory) CannedCounts;
 }
 
+/// The camera's process, from its first to its last step. Nothing of its parent's is run in it.
+[[noreturn]] void Serve(pid_t parent, UniqueFd listener, const Answers& answers, CannedCounts& counts) {
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (getppid() != parent) _exit(0);
+  try {
+    Server(std::move(listener), answers, counts).Run();
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "the camera: %s\n", error.what());
+  }
+  _exit(1);
+}
+
 }  // namespace
 
 void CannedCamera::Unmap::operator()(CannedCounts* counts) const {
@@ -180,15 +193,9 @@ void CannedCamera::Unmap::operator()(CannedCounts* counts) const {
 CannedCamera::CannedCamera(const Answers& answers) : m_counts(MakeCounts()) {
   UniqueFd listener = Listen();
   m_port = PortOf(listener);
+  const pid_t parent = getpid();
   m_process = Checked(fork(), "fork");
-  if (m_process != 0) return;
-  prctl(PR_SET_PDEATHSIG, SIGKILL);
-  try {
-    Server(std::move(listener), answers, *m_counts).Run();
-  } catch (const std::system_error& error) {
-    std::fprintf(stderr, "the camera: %s\n", error.what());
-  }
-  _exit(1);
+  if (m_process == 0) Serve(parent, std::move(listener), answers, *m_counts);
 }
 
 CannedCamera::~CannedCamera() {

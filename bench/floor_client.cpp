@@ -45,6 +45,8 @@ std::unique_ptr<CURL, FloorClient::Cleanup> FloorClient::MakeEasy() {
   std::unique_ptr<CURL, Cleanup> easy(curl_easy_init());
   if (!easy) throw std::runtime_error("no handle");
   curl_easy_setopt(easy.get(), CURLOPT_URL, m_url.c_str());
+  curl_easy_setopt(easy.get(), CURLOPT_PROXY, "");
+  curl_easy_setopt(easy.get(), CURLOPT_NOSIGNAL, 1L);
   curl_easy_setopt(easy.get(), CURLOPT_HTTPHEADER, m_headers.get());
   curl_easy_setopt(easy.get(), CURLOPT_WRITEFUNCTION, Append);
   curl_easy_setopt(easy.get(), CURLOPT_WRITEDATA, &m_answer);

@@ -8,8 +8,8 @@
 
 namespace bench {
 
-/// The least that a call can cost with the libraries of the driver: posts with libcurl, parses with libxml2, asks one
-/// XPath, and checks nothing that is not needed to find the text. Throws std::runtime_error when the camera does not
+/// A plain client of the driver's libraries: posts with libcurl, parses with xmlReadMemory, asks one XPath in a fresh
+/// context, and checks nothing that is not needed to find the text. Throws std::runtime_error when the camera does not
 /// answer as expected, so that no failure is taken for speed.
 class FloorClient {
  public:

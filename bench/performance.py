@@ -3,6 +3,7 @@
 
 import datetime
 import json
+import os
 import platform
 import re
 import statistics
@@ -65,17 +66,18 @@ class Page:
 
     def verdict(self, value, limit):
         if limit is None:
-            return f"{value:.2f}"
-        if value <= limit:
-            return f"{value:.2f}, at most {limit:.2f}"
-        self.kept = False
-        return f"**{value:.2f}, over {limit:.2f}**"
+            return f"{value:.3f}"
+        return self.judged(f"{value:.3f}", value <= limit, f"at most {limit:.2f}")
+
+    def judged(self, text, is_kept, limit):
+        self.kept = self.kept and is_kept
+        return f"{text}, {limit}" if is_kept else f"**{text}, not {limit}**"
 
 
 def machine():
     with open("/proc/cpuinfo", encoding="utf-8", errors="replace") as file:
-        names = re.findall(r"^model name\s*: (.*)$", file.read(), re.MULTILINE)
-    return f"{names[0] if names else platform.machine()}, {len(names)} processors, {platform.machine()}"
+        name = re.search(r"^model name\s*: (.*)$", file.read(), re.MULTILINE)
+    return ", ".join(([name.group(1)] if name else []) + [f"{os.cpu_count()} processors", platform.machine()])
 
 
 def calls(page, programs):
@@ -109,20 +111,22 @@ def objects(page, programs):
     rows = []
     for found in json.loads(run(f"{programs}/object-bench")):
         idle = found["idle"] - found["base"]
-        kept = idle <= MAX_IDLE_BYTES and found["connected"] <= MAX_CONNECTED_BYTES
-        page.kept = page.kept and kept and found["connections"] == found["objects"]
-        rows.append([f"{found['objects']:,}", f"{found['base']:,}", f"{idle:,}", f"{found['connected']:,}",
-                     f"{found['connections']:,}"])
+        connected, connections = found["connected"], found["connections"]
+        rows.append([f"{found['objects']:,}", f"{found['base']:,}",
+                     page.judged(f"{idle:,}", idle <= MAX_IDLE_BYTES, f"at most {MAX_IDLE_BYTES:,}"),
+                     page.judged(f"{connected:,}", connected <= MAX_CONNECTED_BYTES, f"at most {MAX_CONNECTED_BYTES:,}"),
+                     page.judged(f"{connections:,}", connections == found["objects"], "one each")])
     page.add("Driver objects: bytes of the heap for each, before the first call and after a tour of its operations, and "
              "the TCP connections of all their tours:\n")
-    page.table(["objects", "their base class", f"what the driver adds (at most {MAX_IDLE_BYTES:,})",
-                f"connected (at most {MAX_CONNECTED_BYTES:,})", "connections (at most one each)"], rows)
+    page.table(["objects", "their base class", "what the driver adds", "connected", "connections"], rows)
 
 
 def growth(page, programs):
     with tempfile.NamedTemporaryFile(suffix=".json") as file:
         done = subprocess.run([f"{programs}/report-bench", f"--benchmark_out={file.name}"], stdout=subprocess.PIPE,
                               text=True, check=False)
+        if done.returncode not in (0, 1):
+            raise SystemExit(f"report-bench: status {done.returncode}\n{done.stdout}")
         found = json.load(file)
     page.kept = page.kept and done.returncode == 0
     page.add("A capability report, by what the camera has (the least of some runs); " +
@@ -142,8 +146,9 @@ def write(path, text):
         document = file.read()
     before, rest = document.split(BEGIN)
     after = rest.split(END)[1]
-    with open(path, "w", encoding="utf-8") as file:
+    with open(path + ".new", "w", encoding="utf-8") as file:
         file.write(before + BEGIN + text + END + after)
+    os.replace(path + ".new", path)
 
 
 def main():

@@ -8,7 +8,8 @@ stream_packages=(libgstrtspserver-1.0-dev libgstreamer-plugins-base1.0-dev gstre
                  gstreamer1.0-plugins-good gstreamer1.0-plugins-bad gstreamer1.0-libav)
 # A foreign player, for the tests of the streams.
 player_packages=(ffmpeg)
-test_packages=(libgtest-dev libgmock-dev python3 python3-lxml curl binutils gzip util-linux valgrind dpkg-dev fakeroot file)
+test_packages=(libgtest-dev libgmock-dev python3 python3-lxml curl binutils gzip util-linux valgrind locales dpkg-dev
+               fakeroot file)
 check_packages=(clang-format clang-tidy doxygen)
 fuzz_packages=(clang libclang-rt-14-dev)
 

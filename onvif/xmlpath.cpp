@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <utility>
 
 namespace {
 
@@ -26,8 +25,8 @@ bool HasName(const xmlNode* pNode, std::string_view strName) {
   return *pName == strName.front() && strName == pName;
 }
 
-// False for an element with one text: most elements of an answer are such.
-bool HasElements(const xmlNode* pNode) {
+// False for an element that is empty or holds one text and nothing else: most elements of an answer are such.
+bool MayHaveElements(const xmlNode* pNode) {
   const xmlNode* const pChild = pNode->children;
   return pChild != nullptr && (pChild->type == XML_ELEMENT_NODE || pChild->next != nullptr);
 }
@@ -140,7 +139,7 @@ bool XmlPath::Walk(xmlNode* pFirst, STEPS nParent, STEPS nAncestors, const VISIT
     if (pNode->type != XML_ELEMENT_NODE) continue;
     const STEPS nMatched = Match(pNode, nReached);
     if ((nMatched & m_nLast) != 0 && !visit(pNode)) return false;
-    if (HasElements(pNode) && !Walk(pNode->children, nMatched, nAncestors | nMatched, visit)) return false;
+    if (MayHaveElements(pNode) && !Walk(pNode->children, nMatched, nAncestors | nMatched, visit)) return false;
   }
   return true;
 }

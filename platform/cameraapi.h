@@ -87,7 +87,8 @@ class CameraAPI {
   /// Posts a request to the camera's host and port and parses what it answers (see httpclient.h for what is sent).
   /// \param strPath path of the service; empty for the root
   /// \param strRequest the document, as text
-  /// \param[out] pResponse the parsed answer, or null; the caller frees it with xmlFreeDoc
+  /// \param[out] pResponse the parsed answer, or null; the caller frees it with xmlFreeDoc. It is for reading: short texts
+  /// stand inside their nodes (XML_PARSE_COMPACT).
   /// \param nTimeout seconds for the whole exchange
   /// \return an HTTP_POST_RESULT. Never throws.
   int SendHttpXmlSocketPost(std::string strPath, std::string strRequest, _xmlDoc*& pResponse, int nTimeout) noexcept;

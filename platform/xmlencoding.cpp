@@ -80,7 +80,10 @@ std::optional<std::string> Convert(std::string_view strText, const std::string& 
 
 std::optional<std::string> XmlTextToUtf8(std::string strText) {
   constexpr std::string_view strUtf8Mark = "\xEF\xBB\xBF";
-  if (strText.compare(0, strUtf8Mark.size(), strUtf8Mark) == 0) return strText.erase(0, strUtf8Mark.size());
+  if (strText.compare(0, strUtf8Mark.size(), strUtf8Mark) == 0) {
+    strText.erase(0, strUtf8Mark.size());
+    return strText;
+  }
   for (const ENCODING_MARK& mark : k_rgMark) {
     if (strText.compare(0, mark.strBytes.size(), mark.strBytes) != 0) continue;
     return Convert(std::string_view(strText).substr(mark.nSkip), mark.pName);

@@ -4,6 +4,9 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/httplimits.h"

@@ -101,7 +101,7 @@ def pkg_config(prefix, *arguments):
 def build_by_pkg_config(name, prefix):
     """Builds and runs a program by the compiler alone; returns the folder of the libraries."""
     program = os.path.join(fresh(name), "consumer")
-    libraries = pkg_config(prefix, "--variable=libdir").strip()
+    [libraries] = shlex.split(pkg_config(prefix, "--variable=libdir"))
     run(CXX, "-std=c++17", os.path.join(HERE, "main.cpp"), "-o", program,
         *shlex.split(pkg_config(prefix, "--cflags", "--libs")), f"-Wl,-rpath,{libraries}")
     said = run(program)

@@ -98,7 +98,9 @@ def files_below(folder):
 
 def dpkg(root, *arguments):
     as_root = [] if os.geteuid() == 0 else ["fakeroot"]
-    return run(*as_root, "dpkg", f"--root={root}", "--force-not-root", "--force-depends", "--log=/dev/null", *arguments)
+    # dpkg wants ldconfig, which is not on the path of ordinary users.
+    return run(*as_root, "dpkg", f"--root={root}", "--force-not-root", "--force-depends", "--log=/dev/null", *arguments,
+               PATH=VALUES["PATH"] + ":/usr/sbin:/sbin")
 
 
 def root():

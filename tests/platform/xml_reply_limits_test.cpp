@@ -74,6 +74,16 @@ TEST(XmlReplyLimits, StartTagUpToTheCeilingAndOneByteMore) {
   ExpectRefused(TagOf(XML_MAX_START_TAG_BYTES + 1), "one byte over");
 }
 
+TEST(XmlReplyLimits, WhatStandsAtTheCeilingOfAStartTagDecides) {
+  for (const std::string& start : {std::string("<a"), std::string("<a b='"), std::string("<a b=\"'")}) {
+    const std::string tag = start + std::string(XML_MAX_START_TAG_BYTES - start.size(), ' ');
+    EXPECT_EQ(ParseXmlReply(tag + "<").eResult, XML_REPLY_RESULT::NotXml) << start;
+    EXPECT_EQ(ParseXmlReply(tag + " <").eResult, XML_REPLY_RESULT::LimitRefused) << start;
+    EXPECT_EQ(ParseXmlReply(tag).eResult, XML_REPLY_RESULT::NotXml) << start;
+    EXPECT_EQ(ParseXmlReply(tag + ">").eResult, XML_REPLY_RESULT::LimitRefused) << start;
+  }
+}
+
 std::string ManyAttributes(std::size_t count) {
   std::string text = "<a";
   for (std::size_t i = 0; i < count; ++i) text += " b" + std::to_string(i) + "=''";
