@@ -106,11 +106,15 @@ std::string CodecOptions(const std::string& codec, std::int64_t resolutions) {
   return text + "<tt:FrameRateRange><tt:Min>1</tt:Min><tt:Max>30</tt:Max></tt:FrameRateRange></tt:" + codec + ">";
 }
 
-std::string EncoderOptions(std::int64_t resolutions) {
+std::string AllCodecs(std::int64_t resolutions) {
   std::string codecs;
   for (const char* codec : {"JPEG", "MPEG4", "H264"}) codecs += CodecOptions(codec, resolutions);
-  return "<trt:Options><tt:QualityRange><tt:Min>1</tt:Min><tt:Max>100</tt:Max></tt:QualityRange>" + codecs +
-         "<tt:Extension>" + codecs + "</tt:Extension></trt:Options>";
+  return codecs + "<tt:Extension>" + codecs + "</tt:Extension>";
+}
+
+std::string EncoderOptions(const CameraSize& size) {
+  return "<trt:Options><tt:QualityRange><tt:Min>1</tt:Min><tt:Max>100</tt:Max></tt:QualityRange>" +
+         (size.isH264Only ? CodecOptions("H264", size.resolutions) : AllCodecs(size.resolutions)) + "</trt:Options>";
 }
 
 }  // namespace
@@ -127,7 +131,7 @@ Answers MakeAnswers(const CameraSize& size) {
       {"tds", "GetNetworkInterfaces", kInterfaces},
       {"trt", "GetProfiles", Repeated(size.profiles, Profile)},
       {"trt", "GetVideoEncoderConfigurations", Repeated(size.encoderConfigurations, EncoderConfiguration)},
-      {"trt", "GetVideoEncoderConfigurationOptions", EncoderOptions(size.resolutions)},
+      {"trt", "GetVideoEncoderConfigurationOptions", EncoderOptions(size)},
       {"trt", "GetVideoSourceConfigurations", "<trt:Configurations token=\"s\"/>"},
       {"trt", "GetGuaranteedNumberOfVideoEncoderInstances", kInstances},
       {"trt", "GetAudioEncoderConfigurationOptions", kAudioOptions},

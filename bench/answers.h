@@ -12,6 +12,7 @@ struct CameraSize {
   std::int64_t encoderConfigurations = 2;
   std::int64_t resolutions = 12;  // of each of the codecs JPEG, MPEG4 and H264
   std::int64_t presets = 4;
+  bool isH264Only = false;  // of the codecs, and no Extension: as many sizes as an answer may hold
 };
 
 /// Whole SOAP envelopes by the name of the operation that they answer.

@@ -39,7 +39,8 @@ MAX_CONNECTED_BYTES = 24000
 FAMILIES = {
     "ReportByProfiles": "profiles",
     "ReportByEncoderConfigurations": "encoder configurations",
-    "ReportByResolutions": "sizes of each codec",
+    "ReportByResolutions": "sizes of each of three codecs, each twice",
+    "OptionsBySizes": "encoder options alone: sizes of one codec",
 }
 
 

@@ -1,4 +1,4 @@
-// How long a capability report takes, by what the camera has. Times are processor times of the driver alone, so that
+// How long a capability report and its longest answer take, by what the camera has. Times are processor times of the driver alone, so that
 // other load on the machine counts little; they end with a judgement on their growth.
 
 #include <benchmark/benchmark.h>
@@ -66,6 +66,26 @@ void ReportByResolutions(benchmark::State& state) {
   Report(state, size);
 }
 
+void OptionsBySizes(benchmark::State& state) {
+  CameraSize size;
+  size.resolutions = state.range(0);
+  size.isH264Only = true;
+  const bench::CannedCamera camera(bench::MakeAnswers(size));
+  CameraCap cap;
+  ONVIFAPI driver("127.0.0.1", camera.Port(), "user", "password", "p0,p1", cap);
+  OnvifMediaService media;
+  media.UpdateServiceParam(&driver, "/onvif/media", "2", "40");
+  for ([[maybe_unused]] auto iteration : state) {
+    OVF_MED_VDO_ENC_OPT options;
+    const RET_ONVIF result = media.GetVideoEncoderConfigurationOptions("v0", options);
+    const bool isWhole = result == RET_ONVIF_OK && options.lstCodec.size() == 1 &&
+                         options.lstCodec.front().lstReso.size() == static_cast<std::size_t>(size.resolutions);
+    if (isWhole) continue;
+    state.SkipWithError(("the options are not whole, result " + std::to_string(result)).c_str());
+    return;
+  }
+}
+
 void Register(const char* name, void (*function)(benchmark::State&), const std::vector<std::int64_t>& sizes) {
   benchmark::internal::Benchmark* const family = benchmark::RegisterBenchmark(name, function);
   for (const std::int64_t size : sizes) family->Arg(size);
@@ -77,7 +97,8 @@ void Register(const char* name, void (*function)(benchmark::State&), const std::
 int main(int argc, char** argv) {
   Register("ReportByProfiles", ReportByProfiles, {2, 16, 64, 256});
   Register("ReportByEncoderConfigurations", ReportByEncoderConfigurations, {2, 16, 64, 256});
-  Register("ReportByResolutions", ReportByResolutions, {12, 200, 2000, 20000});
+  Register("ReportByResolutions", ReportByResolutions, {12, 200, 2000});
+  Register("OptionsBySizes", OptionsBySizes, {12, 200, 2000, 20000});
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
   bench::GrowthReport report;
