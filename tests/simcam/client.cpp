@@ -150,6 +150,11 @@ HttpConnection::Everything HttpConnection::ReceiveAll(std::chrono::milliseconds 
   }
 }
 
+void HttpConnection::Await(std::chrono::milliseconds longest) const {
+  pollfd watched{m_socket, POLLIN, 0};
+  poll(&watched, 1, static_cast<int>(longest.count()));
+}
+
 HttpReply HttpConnection::Receive(bool hasBody) const {
   std::string received;
   std::array<char, 4096> bytes{};

@@ -73,6 +73,9 @@ class HttpConnection {
   };
   Everything ReceiveAll(std::chrono::milliseconds patience) const;
 
+  // Waits until there is something to receive, or the end of the connection, for that long at most.
+  void Await(std::chrono::milliseconds longest) const;
+
   // Reads one answer with a Content-Length; an answer to HEAD has one without a body.
   HttpReply Receive(bool hasBody = true) const;
 

@@ -184,9 +184,11 @@ const std::vector<Row>& Rows() {
   return rows;
 }
 
-HttpConnection::Everything Conversation(std::uint16_t port, End expected) {
+// On a busy machine the first byte of an answer may take long; what follows it is on its way then.
+HttpConnection::Everything Conversation(std::uint16_t port, End expected, const Text& bytes) {
   const HttpConnection connection(port);
   connection.Send(Posted());
+  if (!bytes.Matches("")) connection.Await(kLongest);
   return connection.ReceiveAll(expected == End::Silent ? kPatience : kLongest);
 }
 
@@ -203,11 +205,11 @@ TEST_P(HttpQuirk, ShowsOnTheWireAndOnlyThere) {
   const Row& row = GetParam();
   SimCamera camera(simcam::LoadModel("fixed-box"));
   camera.SwitchOn(std::string(row.quirk) + "@GetSystemDateAndTime#1");
-  const HttpConnection::Everything bent = Conversation(camera.Port(), row.end);
+  const HttpConnection::Everything bent = Conversation(camera.Port(), row.end, row.shows);
   EXPECT_EQ(bent.end, row.end);
   EXPECT_TRUE(row.shows.Matches(bent.bytes)) << bent.bytes.substr(0, 3000);
 
-  const HttpConnection::Everything plain = Conversation(camera.Port(), End::Silent);
+  const HttpConnection::Everything plain = Conversation(camera.Port(), End::Silent, kWhole);
   EXPECT_EQ(plain.end, End::Silent) << "the connection is kept";
   EXPECT_THAT(plain.bytes, AllOf(StartsWith("HTTP/1.1 200 OK\r\n"), Surplus(0), Body(kSoap)));
   EXPECT_FALSE(row.end == plain.end && row.shows.Matches(plain.bytes)) << plain.bytes;
