@@ -1,9 +1,9 @@
 #include "manual/programs.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "camctl/commands.h"
+#include "camctl/text.h"
 #include "simcam/model.h"
 #include "simcam/programoptions.h"
 #include "simcam/quirklist.h"
@@ -12,16 +12,6 @@
 namespace manual {
 
 namespace {
-
-std::vector<std::string> Split(const std::string& names) {
-  std::vector<std::string> parts;
-  for (std::size_t begin = 0; begin < names.size();) {
-    const std::size_t end = std::min(names.find(',', begin), names.size());
-    parts.push_back(names.substr(begin, end - begin));
-    begin = end + 1;
-  }
-  return parts;
-}
 
 std::vector<std::string> QuirkNames() {
   std::vector<std::string> names;
@@ -45,7 +35,7 @@ std::vector<std::string> ChoicesOf(const std::string& name) {
 }
 
 Option OptionOf(const std::string& names, const std::string& value, std::string help) {
-  Option option{Split(names), value, std::move(help)};
+  Option option{camctl::Split(names), value, std::move(help)};
   option.choices = ChoicesOf(option.names.back());
   return option;
 }

@@ -30,6 +30,11 @@ PREFIX_TABLE FixedPrefixes(bool blVersion10) {
   }};
 }
 
+// The path is bound to the text and to constants only.
+std::optional<XmlPath> FixedPath(const char* pPath, bool blVersion10) {
+  return XmlPath::Parse(pPath, FixedPrefixes(blVersion10));
+}
+
 bool Register(xmlXPathContext* pContext, const xmlChar* pPrefix, const xmlChar* pUri) {
   return xmlXPathRegisterNs(pContext, pPrefix, pUri) == 0;
 }
@@ -119,15 +124,13 @@ RET_ONVIF OnvifServiceBase::RegistNsForONVIF(_xmlXPathContext* pContext) {
 
 _xmlXPathObject* OnvifServiceBase::GetXmlNodeSet(_xmlDoc* pDoc, const char* pXPath) {
   if (pXPath == nullptr || !IsSearchable(pDoc)) return nullptr;
-  const PREFIX_TABLE rgPrefix = FixedPrefixes(IsVersion10());
-  if (const std::optional<XmlPath> path = XmlPath::Parse(pXPath, rgPrefix)) return NewNodeSet(path->Find(pDoc));
+  if (const std::optional<XmlPath> path = FixedPath(pXPath, IsVersion10())) return NewNodeSet(path->Find(pDoc));
   return EvaluateXPath(pDoc, pXPath);
 }
 
 XmlFirstNode OnvifServiceBase::GetFirstXmlNode(_xmlDoc* pDoc, const char* pXPath) {
   if (!IsSearchable(pDoc)) return {};
-  const PREFIX_TABLE rgPrefix = FixedPrefixes(IsVersion10());
-  if (const std::optional<XmlPath> path = XmlPath::Parse(pXPath, rgPrefix)) return {path->First(pDoc), nullptr};
+  if (const std::optional<XmlPath> path = FixedPath(pXPath, IsVersion10())) return {path->First(pDoc), nullptr};
   XmlXPathObject pResult(EvaluateXPath(pDoc, pXPath));
   if (!pResult) return {};
   return {*XmlNodes(*pResult).begin(), std::move(pResult)};
@@ -135,20 +138,17 @@ XmlFirstNode OnvifServiceBase::GetFirstXmlNode(_xmlDoc* pDoc, const char* pXPath
 
 std::vector<_xmlNode*> OnvifServiceBase::FindOutermost(_xmlDoc* pDoc, const char* pPath) const {
   if (!IsSearchable(pDoc)) return {};
-  const PREFIX_TABLE rgPrefix = FixedPrefixes(IsVersion10());
-  const std::optional<XmlPath> path = XmlPath::Parse(pPath, rgPrefix);
+  const std::optional<XmlPath> path = FixedPath(pPath, IsVersion10());
   return path ? XmlPath::Outermost(path->Find(pDoc)) : std::vector<_xmlNode*>();
 }
 
 std::vector<_xmlNode*> OnvifServiceBase::FindBelow(const std::vector<_xmlNode*>& rgOutermost, const char* pPath) const {
-  const PREFIX_TABLE rgPrefix = FixedPrefixes(IsVersion10());
-  const std::optional<XmlPath> path = XmlPath::Parse(pPath, rgPrefix);
+  const std::optional<XmlPath> path = FixedPath(pPath, IsVersion10());
   return path ? path->FindBelow(rgOutermost) : std::vector<_xmlNode*>();
 }
 
 _xmlNode* OnvifServiceBase::FirstBelow(const std::vector<_xmlNode*>& rgOutermost, const char* pPath) const {
-  const PREFIX_TABLE rgPrefix = FixedPrefixes(IsVersion10());
-  const std::optional<XmlPath> path = XmlPath::Parse(pPath, rgPrefix);
+  const std::optional<XmlPath> path = FixedPath(pPath, IsVersion10());
   return path ? path->FirstBelow(rgOutermost) : nullptr;
 }
 

@@ -58,14 +58,14 @@ std::optional<XmlPath> XmlPath::Parse(std::string_view strPath, const PREFIX* pP
       strName.remove_prefix(nColon + 1);
     }
     if (!IsName(strName) || path.m_rgStep.size() == k_nMaxSteps) return std::nullopt;
-    path.Add({strName, pUri, blChildOnly});
+    path.Add({strName, pUri}, blChildOnly);
   }
   return path;
 }
 
-void XmlPath::Add(const STEP& step) {
+void XmlPath::Add(const STEP& step, bool blChildOnly) {
   m_nLast = STEPS{1} << m_rgStep.size();
-  if (step.blChildOnly) m_nChildOnly |= m_nLast;
+  if (blChildOnly) m_nChildOnly |= m_nLast;
   m_rgStep.push_back(step);
 }
 

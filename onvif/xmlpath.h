@@ -43,14 +43,13 @@ class XmlPath {
   struct STEP {
     std::string_view strName;
     const char* pUri;  // null: no namespace
-    bool blChildOnly;  // "/" rather than "//"
   };
 
   // A set of steps: bit n stands for step n.
   using STEPS = unsigned int;
 
   static std::optional<XmlPath> Parse(std::string_view strPath, const PREFIX* pPrefix, std::size_t nPrefixes);
-  void Add(const STEP& step);
+  void Add(const STEP& step, bool blChildOnly);
   STEPS Match(const xmlNode* pNode, STEPS nReached) const;
 
   void Collect(xmlNode* pFirst, std::vector<xmlNode*>& found) const;
@@ -61,6 +60,6 @@ class XmlPath {
   bool Walk(xmlNode* pFirst, STEPS nParent, STEPS nAncestors, const VISIT& visit) const;
 
   std::vector<STEP> m_rgStep;
-  STEPS m_nChildOnly = 0;
-  STEPS m_nLast = 0;  // the last step alone
+  STEPS m_nChildOnly = 0;  // steps behind "/" rather than "//"
+  STEPS m_nLast = 0;       // the last step alone
 };
