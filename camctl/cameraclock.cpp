@@ -9,10 +9,9 @@ namespace camctl {
 
 namespace {
 
-using std::chrono::milliseconds;
 
 // Cameras allow from a few seconds to some minutes.
-constexpr milliseconds kNoticeable(5000);
+constexpr std::chrono::milliseconds kNoticeable(5000);
 
 // Units of a difference, the largest first.
 struct Unit {
@@ -21,7 +20,7 @@ struct Unit {
 };
 constexpr std::array<Unit, 4> kUnits = {{{" days", 86400000}, {" h", 3600000}, {" min", 60000}, {" s", 1000}}};
 
-bool IsNoticeable(milliseconds ahead) {
+bool IsNoticeable(std::chrono::milliseconds ahead) {
   return std::chrono::abs(ahead) >= kNoticeable;
 }
 
@@ -76,12 +75,12 @@ ClockReading ReadClock(const Session& session) {
   return reading;
 }
 
-std::string DescribeClock(milliseconds ahead) {
+std::string DescribeClock(std::chrono::milliseconds ahead) {
   if (!IsNoticeable(ahead)) return "as this machine's";
   return Rough(std::chrono::abs(ahead).count()) + (ahead.count() > 0 ? " ahead of" : " behind") + " this machine's";
 }
 
-Cause WithClock(const Cause& cause, milliseconds ahead) {
+Cause WithClock(const Cause& cause, std::chrono::milliseconds ahead) {
   if (!IsNoticeable(ahead)) return {cause.cause, "check user and password; the camera's clock is right"};
   return {cause.cause + "; its clock is " + DescribeClock(ahead),
           "add --clock camera, or set the camera's clock; a camera whose clock is off refuses right passwords too"};

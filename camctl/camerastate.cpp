@@ -92,11 +92,6 @@ bool IsSame(const OVF_MED_VDO_CONF& one, const OVF_MED_VDO_CONF& other) {
          one.strFrameRateLimit == other.strFrameRateLimit && one.strQuality == other.strQuality;
 }
 
-CameraState::const_iterator Find(const CameraState& state, const std::string& token) {
-  return std::find_if(state.begin(), state.end(),
-                      [&](const OVF_MED_PROFILE& profile) { return profile.strToken == token; });
-}
-
 // Several profiles may share an encoder: each is looked at afresh.
 int RestoreEncoder(OnvifMediaService& media, Outcome& outcome, const OVF_MED_PROFILE& was) {
   OVF_MED_PROFILE is;
@@ -115,8 +110,7 @@ StepOutcome Restore(Session& session, const CameraState& state) {
   if (read != CAMERA_OK) return {read, "", {}};
   int changes = 0;
   for (const OVF_MED_PROFILE& profile : now) {
-    const auto was = Find(state, profile.strToken);
-    if (was != state.end()) {
+    if (const OVF_MED_PROFILE* const was = FindProfile(state, profile.strToken)) {
       changes += RestoreBindings(media, outcome, *was, profile);
     } else {
       outcome.Add(media.DeleteProfile(profile.strToken));

@@ -34,12 +34,7 @@ constexpr Label kPtzKeys[] = {
     {"ptz_xmax", "Pan to"},  {"ptz_ymin", "Tilt from"},  {"ptz_ymax", "Tilt to"}, {"ptz_zmin", "Zoom from"},
     {"ptz_zmax", "Zoom to"}, {"ptz_speed_max", "Speed"}, {"preset", "Presets"},   {"home", "Home position"}};
 
-std::string TextOf(const Capabilities& report, const std::string& key) {
-  const auto found = report.find(key);
-  return found == report.end() ? std::string() : found->second;
-}
-
-void ShowRow(Console& console, const std::string& label, const std::string& value) {
+void ShowCapability(Console& console, const std::string& label, const std::string& value) {
   constexpr std::size_t columns = 18;
   console.Line("  " + PaddedRight(label, columns), Colour::Faint, value);
 }
@@ -50,7 +45,7 @@ void ShowGroup(Console& console, const char* heading, const Label (&labels)[Size
       std::any_of(std::begin(labels), std::end(labels), [&](const Label& row) { return report.count(row.key) > 0; });
   console.Line(any ? std::string(heading) : std::string(heading) + ": none");
   for (const Label& row : labels) {
-    if (report.count(row.key) > 0) ShowRow(console, row.label, TextOf(report, row.key));
+    if (report.count(row.key) > 0) ShowCapability(console, row.label, ValueOf(report, row.key));
   }
 }
 
@@ -63,20 +58,20 @@ std::string Span(const std::string& list) {
 void ShowCodec(Console& console, const std::string& codec, const Capabilities& report) {
   if (report.count(codec) == 0) return;
   console.Line("Video " + codec);
-  const std::string usual = TextOf(report, "default_resolution_" + codec);
-  for (const std::string& size : Split(TextOf(report, "resolutions_" + codec))) {
+  const std::string usual = ValueOf(report, "default_resolution_" + codec);
+  for (const std::string& size : Split(ValueOf(report, "resolutions_" + codec))) {
     const std::string key = codec + "_" + size;
-    ShowRow(console, size,
-            Span(TextOf(report, "fps_" + key)) + " frames/s, default " + TextOf(report, "default_fps_" + key) +
-                (size == usual ? ", default size" : ""));
+    ShowCapability(console, size,
+                   Span(ValueOf(report, "fps_" + key)) + " frames/s, default " + ValueOf(report, "default_fps_" + key) +
+                       (size == usual ? ", default size" : ""));
   }
 }
 
 void ShowReport(Console& console, const CameraReport& camera) {
   const Capabilities& report = camera.capabilities;
-  ShowRow(console, "Address", HostPort(camera.host, camera.port));
-  ShowRow(console, "ONVIF version", TextOf(report, "version_major") + "." + TextOf(report, "version_minor"));
-  ShowRow(console, "Camera", TextOf(report, "vendor") + " " + TextOf(report, "model"));
+  ShowCapability(console, "Address", HostPort(camera.host, camera.port));
+  ShowCapability(console, "ONVIF version", ValueOf(report, "version_major") + "." + ValueOf(report, "version_minor"));
+  ShowCapability(console, "Camera", ValueOf(report, "vendor") + " " + ValueOf(report, "model"));
   ShowGroup(console, "Services", kServiceKeys, report);
   for (const std::string& codec : ONVIFAPI::m_rgstrLwrCodec) ShowCodec(console, codec, report);
   ShowGroup(console, "Video of all codecs", kVideoKeys, report);

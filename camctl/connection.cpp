@@ -132,6 +132,11 @@ Target RealTarget(const ConnectionOptions& options) {
 
 }  // namespace
 
+std::string ValueOf(const Capabilities& capabilities, const std::string& key) {
+  const auto found = capabilities.find(key);
+  return found == capabilities.end() ? std::string() : found->second;
+}
+
 Target OpenTarget(const ConnectionOptions& options) {
   const int timeout = options.timeout ? ReadTimeout(*options.timeout) : 0;
   const bool cameraClock = options.clock && WantsCameraClock(*options.clock);

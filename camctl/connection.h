@@ -13,6 +13,9 @@ namespace camctl {
 /// Capability map as the driver reports it and a server stores it.
 using Capabilities = std::map<std::string, std::string>;
 
+/// \return empty where the map does not have the key
+std::string ValueOf(const Capabilities& capabilities, const std::string& key);
+
 /// What a camera file holds.
 struct CameraFile {
   std::optional<std::string> host;

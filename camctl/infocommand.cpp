@@ -7,20 +7,20 @@ namespace camctl {
 
 namespace {
 
-struct Label {
+struct FactLabel {
   const char* key;
   const char* label;
 };
 
-constexpr Label kLabels[] = {{"vendor", "Vendor"},
-                             {"model", "Model"},
-                             {"firmware_version", "Firmware"},
-                             {"mac_address", "MAC address"},
-                             {"fisheye", "Fisheye lens of"},
-                             {"rtp_tcp_only", "RTP over TCP only"},
-                             {"rtsp_keepalive", "RTSP keep-alive"}};
+constexpr FactLabel kLabels[] = {{"vendor", "Vendor"},
+                                 {"model", "Model"},
+                                 {"firmware_version", "Firmware"},
+                                 {"mac_address", "MAC address"},
+                                 {"fisheye", "Fisheye lens of"},
+                                 {"rtp_tcp_only", "RTP over TCP only"},
+                                 {"rtsp_keepalive", "RTSP keep-alive"}};
 
-void ShowRow(Console& console, const std::string& label, const std::string& value) {
+void ShowFact(Console& console, const std::string& label, const std::string& value) {
   constexpr std::size_t columns = 19;
   console.Line(PaddedRight(label, columns), Colour::Faint, value);
 }
@@ -31,10 +31,10 @@ void RunInfoCommand(Runner& runner) {
   if (!runner.Discover() || !runner.Run({&kIdentity})) return;
   Console& console = runner.GetConsole();
   const CameraReport& camera = runner.GetSession().Camera();
-  ShowRow(console, "Address", HostPort(camera.host, camera.port));
-  for (const Label& row : kLabels) {
+  ShowFact(console, "Address", HostPort(camera.host, camera.port));
+  for (const FactLabel& row : kLabels) {
     const auto found = camera.facts.find(row.key);
-    if (found != camera.facts.end()) ShowRow(console, row.label, found->second);
+    if (found != camera.facts.end()) ShowFact(console, row.label, found->second);
   }
 }
 

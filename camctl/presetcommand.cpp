@@ -18,10 +18,6 @@ namespace {
 constexpr int kByName = -1;
 constexpr int kHighestNumber = 65535;
 
-bool Prepared(Runner& runner) {
-  return runner.Discover() && runner.LearnRecord() && runner.LearnProfiles();
-}
-
 // Asks the user on the terminal.
 Step Confirm() {
   return {"confirm", "none",
@@ -51,7 +47,7 @@ bool Warn(Runner& runner) {
 }
 
 void RunList(Runner& runner, bool confirmed) {
-  if (!Prepared(runner)) return;
+  if (!runner.LearnAll()) return;
   const CameraCap cap(runner.GetSession().Record());
   // A camera without presets has none to lose: the driver says so.
   if (cap.GetPresetCnt() > 0 && (!Warn(runner) || (!confirmed && !runner.Run(Confirm())))) return;
@@ -77,7 +73,7 @@ Task PrepareList(const Request& request) {
 
 Task Single(Step step, std::string said) {
   return [step = std::move(step), said = std::move(said)](Runner& runner) {
-    if (Prepared(runner) && runner.Run(step)) runner.GetConsole().Line(said);
+    if (runner.LearnAll() && runner.Run(step)) runner.GetConsole().Line(said);
   };
 }
 
@@ -102,22 +98,22 @@ Task PrepareDelete(const Request& request) {
   return Single(DeletePreset(number ? ReadPreset(word) : kByName, number ? "" : word), "Deleted preset " + word + ".");
 }
 
-struct Action {
+struct PresetAction {
   const char* name;
   std::size_t words;  // with the action's own
   Task (*prepare)(const Request& request);
 };
 
-constexpr Action kActions[] = {
+constexpr PresetAction kPresetActions[] = {
     {"list", 1, &PrepareList}, {"set", 2, &PrepareSet}, {"goto", 2, &PrepareGoto}, {"delete", 2, &PrepareDelete}};
 
 }  // namespace
 
 Task PreparePreset(const Request& request) {
   const std::string name = request.words.empty() ? "" : request.words.front();
-  const auto* const action =
-      std::find_if(std::begin(kActions), std::end(kActions), [&name](const Action& row) { return name == row.name; });
-  if (action == std::end(kActions) || request.words.size() != action->words) {
+  const auto* const action = std::find_if(std::begin(kPresetActions), std::end(kPresetActions),
+                                          [&name](const PresetAction& row) { return name == row.name; });
+  if (action == std::end(kPresetActions) || request.words.size() != action->words) {
     throw UsageError("preset needs list, set NUMBER, goto NUMBER, delete NUMBER or delete NAME");
   }
   if (name != "list" && request.Has("--yes")) throw UsageError("--yes goes with preset list alone");

@@ -12,25 +12,21 @@ namespace camctl {
 
 namespace {
 
-bool Prepared(Runner& runner) {
-  return runner.Discover() && runner.LearnRecord() && runner.LearnProfiles();
-}
-
 Task PrepareMove(const Request& request) {
   const int code = ReadDirection(request.words.at(1));
   return [code](Runner& runner) {
-    if (Prepared(runner)) runner.Run(MoveLens(code));
+    if (runner.LearnAll()) runner.Run(MoveLens(code));
   };
 }
 
 Task PrepareHome(const Request& /*request*/) {
   return [](Runner& runner) {
-    if (Prepared(runner)) runner.Run(MoveLens(kHome));
+    if (runner.LearnAll()) runner.Run(MoveLens(kHome));
   };
 }
 
 void RunStart(Runner& runner, int code, int speed, std::optional<std::chrono::milliseconds> duration) {
-  if (!Prepared(runner)) return;
+  if (!runner.LearnAll()) return;
   Interruption interruption;  // before the lens moves: nothing may end the program between start and stop
   if (!runner.Run(StartLens(code, speed))) return;
   runner.GetConsole().Progress(duration ? "  moving ..." : "  moving, Ctrl-C stops ...");
@@ -53,13 +49,13 @@ Task PrepareStop(const Request& request) {
   const std::optional<int> code =
       request.words.size() > 1 ? std::optional(ReadDirection(request.words.at(1))) : std::nullopt;
   return [code](Runner& runner) {
-    if (!Prepared(runner)) return;
+    if (!runner.LearnAll()) return;
     const CameraCap cap(runner.GetSession().Record());
     runner.Run(StopLens(code.value_or(FirstDirection(cap))));
   };
 }
 
-struct Action {
+struct PtzAction {
   const char* name;
   std::size_t leastWords;  // with the action's own
   std::size_t mostWords;
@@ -67,18 +63,18 @@ struct Action {
   Task (*prepare)(const Request& request);
 };
 
-constexpr Action kActions[] = {{"move", 2, 2, false, &PrepareMove},
-                               {"start", 2, 2, true, &PrepareStart},
-                               {"stop", 1, 2, false, &PrepareStop},
-                               {"home", 1, 1, false, &PrepareHome}};
+constexpr PtzAction kPtzActions[] = {{"move", 2, 2, false, &PrepareMove},
+                                     {"start", 2, 2, true, &PrepareStart},
+                                     {"stop", 1, 2, false, &PrepareStop},
+                                     {"home", 1, 1, false, &PrepareHome}};
 
 }  // namespace
 
 Task PreparePtz(const Request& request) {
   const std::string name = request.words.empty() ? "" : request.words.front();
-  const auto* const action =
-      std::find_if(std::begin(kActions), std::end(kActions), [&name](const Action& row) { return name == row.name; });
-  if (action == std::end(kActions) || request.words.size() < action->leastWords ||
+  const auto* const action = std::find_if(std::begin(kPtzActions), std::end(kPtzActions),
+                                          [&name](const PtzAction& row) { return name == row.name; });
+  if (action == std::end(kPtzActions) || request.words.size() < action->leastWords ||
       request.words.size() > action->mostWords) {
     throw UsageError("ptz needs move DIRECTION, start DIRECTION, stop [DIRECTION] or home");
   }

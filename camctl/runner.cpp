@@ -64,6 +64,10 @@ bool Runner::LearnProfiles() {
   return !m_session.Profiles().empty() || Run(kProfiles);
 }
 
+bool Runner::LearnAll() {
+  return Discover() && LearnRecord() && LearnProfiles();
+}
+
 Report Runner::Finish() {
   m_report.camera = m_session.Camera();
   return m_report;

@@ -58,6 +58,10 @@ class Runner {
   /// \return whether they are known
   bool LearnProfiles();
 
+  /// All three, as what changes streams and what moves the lens needs it.
+  /// \return whether all is known
+  bool LearnAll();
+
   const Report& Result() const { return m_report; }
 
   /// The report with what the session has learned of the camera.

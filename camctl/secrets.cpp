@@ -98,19 +98,19 @@ std::optional<std::string> ReadTerminalLine(int terminal, const sigset_t& signal
   return std::string(text.substr(0, text.find('\n')));
 }
 
-[[noreturn]] void Refuse(const std::string& path, const std::string& reason) {
+[[noreturn]] void RefusePasswordFile(const std::string& path, const std::string& reason) {
   throw UsageError("--password-file " + path + ": " + reason);
 }
 
 // The first bytes of a file: enough for the longest password and a line end of two bytes.
 std::string ReadBeginning(const std::string& path) {
   const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  if (!file.IsOpen()) Refuse(path, std::string("cannot be read: ") + std::strerror(errno));
+  if (!file.IsOpen()) RefusePasswordFile(path, std::string("cannot be read: ") + std::strerror(errno));
   std::array<char, kLongestPassword + 2> bytes{};
   std::size_t length = 0;
   while (length < bytes.size()) {
     const ssize_t got = read(file.Number(), bytes.data() + length, bytes.size() - length);
-    if (got < 0) Refuse(path, std::string("cannot be read: ") + std::strerror(errno));
+    if (got < 0) RefusePasswordFile(path, std::string("cannot be read: ") + std::strerror(errno));
     if (got == 0) break;
     length += static_cast<std::size_t>(got);
   }
@@ -123,8 +123,8 @@ std::string ReadPasswordFile(const std::string& path) {
   std::string line = ReadBeginning(path);
   line.erase(std::min(line.find('\n'), line.size()));
   if (!line.empty() && line.back() == '\r') line.pop_back();
-  if (line.empty()) Refuse(path, "its first line is empty; write the password there");
-  if (line.size() > kLongestPassword) Refuse(path, "its first line is no password: too long");
+  if (line.empty()) RefusePasswordFile(path, "its first line is empty; write the password there");
+  if (line.size() > kLongestPassword) RefusePasswordFile(path, "its first line is no password: too long");
   return line;
 }
 

@@ -1,7 +1,6 @@
 #include "camctl/steps.h"
 
 #include <algorithm>
-#include <list>
 
 #include "camctl/text.h"
 
@@ -85,11 +84,6 @@ std::string DescribeProfile(const OVF_MED_PROFILE& profile) {
 
 using Profiles = std::list<OVF_MED_PROFILE>;
 
-Profiles::const_iterator Find(const Profiles& profiles, const std::string& token) {
-  return std::find_if(profiles.begin(), profiles.end(),
-                      [&](const OVF_MED_PROFILE& profile) { return profile.strToken == token; });
-}
-
 std::string FirstTwo(const Profiles& profiles) {
   const std::string& first = profiles.front().strToken;
   return profiles.size() == 1 ? first : first + "," + std::next(profiles.begin())->strToken;
@@ -103,10 +97,10 @@ StepOutcome UnknownProfile(const Profiles& profiles, const std::string& token) {
 
 StepOutcome ChooseProfiles(Session& session, const Profiles& profiles) {
   const std::string pair = session.Profiles().empty() ? FirstTwo(profiles) : session.Profiles();
-  const auto main = Find(profiles, MainOf(pair));
-  const auto live = Find(profiles, LiveOf(pair));
-  if (main == profiles.end()) return UnknownProfile(profiles, MainOf(pair));
-  if (live == profiles.end()) return UnknownProfile(profiles, LiveOf(pair));
+  const OVF_MED_PROFILE* const main = FindProfile(profiles, MainOf(pair));
+  const OVF_MED_PROFILE* const live = FindProfile(profiles, LiveOf(pair));
+  if (main == nullptr) return UnknownProfile(profiles, MainOf(pair));
+  if (live == nullptr) return UnknownProfile(profiles, LiveOf(pair));
   session.UseProfiles(pair);
   return {CAMERA_OK,
           std::to_string(profiles.size()) + " profiles; main " + DescribeProfile(*main) + ", live " +
@@ -182,6 +176,12 @@ StepOutcome RunReport(Session& session) {
 }
 
 }  // namespace
+
+const OVF_MED_PROFILE* FindProfile(const std::list<OVF_MED_PROFILE>& profiles, const std::string& token) {
+  const auto found = std::find_if(profiles.begin(), profiles.end(),
+                                  [&](const OVF_MED_PROFILE& profile) { return profile.strToken == token; });
+  return found == profiles.end() ? nullptr : &*found;
+}
 
 std::string MainOf(const std::string& pair) {
   return pair.substr(0, pair.find(','));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <list>
 #include <optional>
 #include <string>
 
@@ -43,6 +44,9 @@ extern const Step kLiveStream;
 extern const Step kSnapshot;
 /// Key that stands in every complete capability report, and in no other record.
 inline constexpr const char* kReportMark = "single_stream";
+
+/// \return the profile that has the token; null where none has
+const OVF_MED_PROFILE* FindProfile(const std::list<OVF_MED_PROFILE>& profiles, const std::string& token);
 
 /// The first or the second token of a pair; a pair of one token has it twice.
 std::string MainOf(const std::string& pair);

@@ -59,7 +59,7 @@ void ShowSettings(Console& console, const std::vector<Setting>& settings) {
 }
 
 void RunSetCommand(Runner& runner, STM_PROFILE wish) {
-  if (!runner.Discover() || !runner.LearnRecord() || !runner.LearnProfiles()) return;
+  if (!runner.LearnAll()) return;
   Session& session = runner.GetSession();
   StreamStates before;
   if (!runner.Run(ReadStreams(before))) return;

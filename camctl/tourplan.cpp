@@ -15,11 +15,6 @@ namespace {
 constexpr const char* kUsualLevel = "3";  // of the server's five quality levels
 constexpr const char* kLowerLevel = "2";
 
-std::string TextOf(const Capabilities& record, const std::string& key) {
-  const auto found = record.find(key);
-  return found == record.end() ? std::string() : found->second;
-}
-
 bool Holds(const std::string& list, const std::string& item) {
   const std::vector<std::string> items = Split(list);
   return std::find(items.begin(), items.end(), item) != items.end();
@@ -31,18 +26,18 @@ std::string ChooseCodec(const Capabilities& record, const std::string& preferred
   std::vector<std::string> candidates(std::rbegin(ONVIFAPI::m_rgstrLwrCodec), std::rend(ONVIFAPI::m_rgstrLwrCodec));
   if (type > 0) candidates.insert(candidates.begin(), ONVIFAPI::m_rgstrLwrCodec[type - 1]);
   const auto found = std::find_if(candidates.begin(), candidates.end(), [&](const std::string& codec) {
-    return record.count(codec) > 0 && !TextOf(record, "resolutions_" + codec).empty();
+    return record.count(codec) > 0 && !ValueOf(record, "resolutions_" + codec).empty();
   });
   return found == candidates.end() ? std::string() : *found;
 }
 
 std::string DefaultRate(const Capabilities& record, const std::string& codec, const std::string& size) {
-  return TextOf(record, "default_fps_" + codec + "_" + size);
+  return ValueOf(record, "default_fps_" + codec + "_" + size);
 }
 
 // A size other than `size`, the smallest first; `size` when there is no other.
 std::string OtherSize(const Capabilities& record, const std::string& codec, const std::string& size) {
-  const std::vector<std::string> sizes = Split(TextOf(record, "resolutions_" + codec));
+  const std::vector<std::string> sizes = Split(ValueOf(record, "resolutions_" + codec));
   const auto found = std::find_if(sizes.begin(), sizes.end(), [&](const std::string& other) { return other != size; });
   return found == sizes.end() ? size : *found;
 }
@@ -51,7 +46,7 @@ std::string OtherSize(const Capabilities& record, const std::string& codec, cons
 std::string OtherRate(const Capabilities& record, const std::string& codec, const std::string& size,
                       const std::string& rate) {
   constexpr std::size_t position = 4;  // in a list that begins with 1: five frames per second
-  std::vector<std::string> rates = Split(TextOf(record, "fps_" + codec + "_" + size));
+  std::vector<std::string> rates = Split(ValueOf(record, "fps_" + codec + "_" + size));
   rates.erase(std::remove(rates.begin(), rates.end(), rate), rates.end());
   return rates.empty() ? rate : rates.at(std::min(position, rates.size() - 1));
 }
@@ -63,7 +58,7 @@ StreamPlan PlanEqual(const Capabilities& record, const std::string& codec) {
   const std::string name = ChooseCodec(record, codec);
   if (name.empty()) plan.excuse = "the camera reports no video codec";
   plan.wanted.nVdoType = VideoTypeOf(name.empty() ? "h264" : name);
-  plan.wanted.strReso = TextOf(record, "default_resolution_" + name);
+  plan.wanted.strReso = ValueOf(record, "default_resolution_" + name);
   plan.wanted.strFps = DefaultRate(record, name, plan.wanted.strReso);
   plan.wanted.strQual = kUsualLevel;
   plan.wanted.strLiveReso = plan.wanted.strReso;
@@ -80,7 +75,7 @@ StreamPlan PlanDifferent(const Capabilities& record, const std::string& codec, s
   wanted.strLiveFps = OtherRate(record, name, wanted.strLiveReso, wanted.strFps);
   wanted.strLiveQual = kLowerLevel;
   if (!plan.excuse.empty()) return plan;
-  if (!Holds(TextOf(record, "resolution_independent"), name)) {
+  if (!Holds(ValueOf(record, "resolution_independent"), name)) {
     plan.excuse = "the camera reports no second " + name + " stream with settings of its own";
   } else if (profiles < 2) {
     plan.excuse = "the camera has one profile only";
@@ -104,7 +99,7 @@ LensPlan PlanLens(const Capabilities& record) {
   LensPlan plan;
   plan.direction = FirstDirection(CameraCap(record));
   constexpr int zoomIn = 34;
-  const std::string motion = TextOf(record, plan.direction == zoomIn ? "zoom" : "pan");
+  const std::string motion = ValueOf(record, plan.direction == zoomIn ? "zoom" : "pan");
   if (motion == "step") plan.startExcuse = "the camera reports that its lens moves in steps only";
   if (motion == "continuous") plan.stepExcuse = "the camera reports that its lens moves continuously";
   return plan;

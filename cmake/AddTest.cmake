@@ -1,8 +1,12 @@
-# camapi_add_test(NAME SOURCES ... LIBRARIES ... [LABELS ...] [TIMEOUT SECONDS] [STREAMING])
+# camapi_add_test(NAME SOURCES ... LIBRARIES ... [LABELS ...] [TIMEOUT SECONDS] [COST SECONDS] [STREAMING])
 # A GoogleTest program with the common main of tests/support, one CTest entry per TEST. The tests are found when
 # CTest starts, not while building, so that a program that cannot run fails the run and not the build.
 # LABELS defaults to the folder's name, TIMEOUT, which each TEST has for itself, to 120. `sleep` is replaced at link
 # level: link static libraries, because a shared one keeps its own `sleep`. STREAMING: the program uses GStreamer.
+#
+# With sanitizers the whole program is one CTest entry of the program's name, and its report is test-reports/NAME.xml of
+# the build tree: they take far longer to start than most tests. COST, about what it then takes, lets the longest begin
+# first.
 #
 # The tests themselves are compiled without optimisation and without sanitizers, and share the precompiled headers of
 # testsupport-test: what they test is built as the preset says, and they are most of what there is to compile. The
@@ -10,8 +14,10 @@
 include(GoogleTest)
 
 set(camapi_test_options -O0 -g1 -fno-sanitize=all)
+set(camapi_sanitized OFF)
 # So that a test can know that what it tests has sanitizers.
 if(CMAKE_CXX_FLAGS MATCHES "-fsanitize")
+  set(camapi_sanitized ON)
   list(APPEND camapi_test_options -DCAMAPI_SANITIZED)
 endif()
 # So that a test can know that it runs under emulation, which is slow and lacks some of the system's calls.
@@ -25,8 +31,17 @@ endif()
 # stacks that leave nobody out. They cost time, so that only tests that use GStreamer have them.
 set(camapi_streaming_environment "ASAN_OPTIONS=fast_unwind_on_malloc=0:malloc_context_size=12")
 
+# camapi_add_whole_program(NAME COST PROPERTIES...): all tests of a program as one.
+function(camapi_add_whole_program name cost)
+  add_test(NAME ${name} COMMAND ${name} "--gtest_output=xml:${PROJECT_BINARY_DIR}/test-reports/${name}.xml")
+  set_tests_properties(${name} PROPERTIES ${ARGN} TIMEOUT 900)
+  if(cost)
+    set_tests_properties(${name} PROPERTIES COST ${cost})
+  endif()
+endfunction()
+
 function(camapi_add_test name)
-  cmake_parse_arguments(TEST "STREAMING" "TIMEOUT" "SOURCES;LIBRARIES;LABELS" ${ARGN})
+  cmake_parse_arguments(TEST "STREAMING" "TIMEOUT;COST" "SOURCES;LIBRARIES;LABELS" ${ARGN})
   if(TEST_UNPARSED_ARGUMENTS OR NOT TEST_SOURCES)
     message(FATAL_ERROR "camapi_add_test(${name}): SOURCES are missing or unknown arguments: ${TEST_UNPARSED_ARGUMENTS}")
   endif()
@@ -53,5 +68,9 @@ function(camapi_add_test name)
   if(TEST_STREAMING)
     list(APPEND properties ENVIRONMENT "${camapi_streaming_environment}")
   endif()
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST NO_PRETTY_VALUES PROPERTIES ${properties})
+  if(camapi_sanitized)
+    camapi_add_whole_program(${name} "${TEST_COST}" ${properties})
+  else()
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST NO_PRETTY_VALUES PROPERTIES ${properties})
+  endif()
 endfunction()

@@ -20,6 +20,11 @@ endif()
 target_compile_options(camapi-settings INTERFACE
   -Wall -Wextra -Wshadow -Wconversion -Wnon-virtual-dtor -Wold-style-cast $<$<BOOL:${CAMAPI_WARNINGS_AS_ERRORS}>:-Werror>)
 
+# Several sources compiled as one: what a source has for itself is then in what the compiler takes for a header.
+if(CMAKE_UNITY_BUILD)
+  target_compile_options(camapi-settings INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+endif()
+
 # Installed programs and libraries find the libraries wherever the whole is put.
 file(RELATIVE_PATH camapi_libraries_from_programs "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
 set(CMAKE_INSTALL_RPATH "$ORIGIN" "$ORIGIN/${camapi_libraries_from_programs}")

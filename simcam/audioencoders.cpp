@@ -15,7 +15,7 @@ void RequireEncoders(const Call& call) {
   }
 }
 
-AudioEncoderConfiguration FindEncoder(const MediaSnapshot& media, const std::string& token) {
+AudioEncoderConfiguration FindAudioEncoder(const MediaSnapshot& media, const std::string& token) {
   const AudioEncoderConfiguration* const found = FindByToken(media.audioEncoders, token);
   if (found == nullptr) {
     throw InvalidArgument("NoConfig", "no audio encoder configuration has the token " + token);
@@ -35,7 +35,7 @@ void GetAudioEncoderConfiguration(const Call& call, XmlWriter& response) {
   RequireEncoders(call);
   const MediaSnapshot media = call.state.Media();
   WriteAudioEncoder(response, "trt:Configuration",
-                    FindEncoder(media, call.request.Argument("ConfigurationToken").RawText()), media.profiles);
+                    FindAudioEncoder(media, call.request.Argument("ConfigurationToken").RawText()), media.profiles);
 }
 
 void WriteItems(XmlWriter& writer, const char* name, const std::vector<int>& items) {
@@ -52,7 +52,7 @@ void GetAudioEncoderConfigurationOptions(const Call& call, XmlWriter& response) 
   const XmlElement encoder = call.request.OptionalArgument("ConfigurationToken");
   const XmlElement profile = call.request.OptionalArgument("ProfileToken");
   if (encoder.Exists()) {
-    FindEncoder(call.state.Media(), encoder.RawText());
+    FindAudioEncoder(call.state.Media(), encoder.RawText());
   }
   if (profile.Exists()) {
     call.state.FindProfile(ProfileArgument(call));

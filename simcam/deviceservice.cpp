@@ -155,7 +155,7 @@ void GetServices(const Call& call, XmlWriter& response) {
   }
 }
 
-void GetServiceCapabilities(const Call&, XmlWriter& response) {
+void GetDeviceServiceCapabilities(const Call&, XmlWriter& response) {
   WriteDeviceCapabilities(response);
 }
 
@@ -193,7 +193,7 @@ std::vector<Operation> DeviceOperations() {
       {kHere, "GetSystemDateAndTime", Access::Open, 1, GetSystemDateAndTime},
       {kHere, "GetCapabilities", Access::Open, 1, GetCapabilities},
       {kHere, "GetServices", Access::Open, 2, GetServices},
-      {kHere, "GetServiceCapabilities", Access::Open, 2, GetServiceCapabilities},
+      {kHere, "GetServiceCapabilities", Access::Open, 2, GetDeviceServiceCapabilities},
       {kHere, "GetDeviceInformation", Access::Authenticated, 1, GetDeviceInformation},
       {kHere, "GetNetworkInterfaces", Access::Authenticated, 1, GetNetworkInterfaces},
       {kHere, "GetNetworkProtocols", Access::Authenticated, 1, GetNetworkProtocols},

@@ -40,7 +40,7 @@ struct Connection {
   bool dropsNextRequest = false;
   std::shared_ptr<Plan> idleClose;  // the end of the connection when it stays idle
 };
-using Connections = std::list<Connection>;
+using OpenConnections = std::list<Connection>;
 
 // A request while its body arrives.
 struct Exchange {
@@ -327,8 +327,8 @@ class HttpServer::Daemon {
   const Handler m_handler;
   const Admission m_admits;
   std::string m_message;
-  std::mutex m_mutex;         // of the list and the sockets in it; all else is used on the daemon's thread only
-  Connections m_connections;  // a socket in it is open
+  std::mutex m_mutex;             // of the list and the sockets in it; all else is used on the daemon's thread only
+  OpenConnections m_connections;  // a socket in it is open
   RawSender m_sender;
   std::unique_ptr<MHD_Daemon, DaemonDeleter> m_daemon;  // uses all the others, and ends first
 };

@@ -40,7 +40,7 @@ void GetSnapshotUri(const Call& call, XmlWriter& response) {
   WriteMediaUri(response, SnapshotUrl(call.endpoint, call.model, CompleteProfile(call).token));
 }
 
-void GetServiceCapabilities(const Call& call, XmlWriter& response) {
+void GetMediaServiceCapabilities(const Call& call, XmlWriter& response) {
   WriteMediaCapabilities(response, call.model);
 }
 
@@ -58,7 +58,7 @@ void WriteMediaCapabilities(XmlWriter& writer, const CameraModel& model) {
 std::vector<Operation> MediaUriOperations() {
   constexpr Service kHere = Service::Media;
   return {
-      {kHere, "GetServiceCapabilities", Access::Open, 2, GetServiceCapabilities},
+      {kHere, "GetServiceCapabilities", Access::Open, 2, GetMediaServiceCapabilities},
       {kHere, "GetStreamUri", Access::Authenticated, 1, GetStreamUri},
       {kHere, "GetSnapshotUri", Access::Authenticated, 1, GetSnapshotUri},
   };

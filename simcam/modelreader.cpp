@@ -13,8 +13,6 @@ namespace simcam {
 
 namespace {
 
-using Json = nlohmann::json;
-
 constexpr int kMaxPixels = 16384;
 constexpr int kMaxPort = 65535;
 constexpr int kMaxFrameRate = 240;
@@ -335,7 +333,7 @@ void ReadConfigurations(ObjectReader& object, CameraModel& model) {
 }  // namespace
 
 CameraModel ReadModel(std::string_view json, const std::string& source) {
-  const Json document = Json::parse(json.begin(), json.end(), nullptr, false);
+  const nlohmann::json document = nlohmann::json::parse(json.begin(), json.end(), nullptr, false);
   if (document.is_discarded()) {
     throw ModelError(source, "", "not JSON", "check it with a JSON tool");
   }

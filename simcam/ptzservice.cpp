@@ -80,7 +80,7 @@ void GetStatus(const Call& call, XmlWriter& response) {
   });
 }
 
-void GetServiceCapabilities(const Call&, XmlWriter& response) {
+void GetPtzServiceCapabilities(const Call&, XmlWriter& response) {
   WritePtzCapabilities(response);
 }
 
@@ -95,7 +95,7 @@ void WritePtzCapabilities(XmlWriter& writer) {
 std::vector<Operation> PtzOperations() {
   constexpr Service kHere = Service::Ptz;
   return {
-      {kHere, "GetServiceCapabilities", Access::Open, 2, GetServiceCapabilities},
+      {kHere, "GetServiceCapabilities", Access::Open, 2, GetPtzServiceCapabilities},
       {kHere, "ContinuousMove", Access::Authenticated, 1, ContinuousMove},
       {kHere, "RelativeMove", Access::Authenticated, 1, RelativeMove},
       {kHere, "GotoHomePosition", Access::Authenticated, 1, GotoHomePosition},

@@ -10,7 +10,7 @@ namespace simcam {
 
 namespace {
 
-VideoEncoderConfiguration FindEncoder(const MediaSnapshot& media, const std::string& token) {
+VideoEncoderConfiguration FindVideoEncoder(const MediaSnapshot& media, const std::string& token) {
   const VideoEncoderConfiguration* const found = FindByToken(media.videoEncoders, token);
   if (found == nullptr) {
     throw InvalidArgument("NoConfig", "no video encoder configuration has the token " + token);
@@ -28,7 +28,7 @@ void GetVideoEncoderConfigurations(const Call& call, XmlWriter& response) {
 void GetVideoEncoderConfiguration(const Call& call, XmlWriter& response) {
   const MediaSnapshot media = call.state.Media();
   WriteVideoEncoder(response, "trt:Configuration",
-                    FindEncoder(media, call.request.Argument("ConfigurationToken").RawText()), media.profiles);
+                    FindVideoEncoder(media, call.request.Argument("ConfigurationToken").RawText()), media.profiles);
 }
 
 // The options of the encoder that the request names, or that its profile binds, or of the camera.
@@ -40,12 +40,13 @@ VideoEncoderOptions RequestedOptions(const Call& call) {
   }
   const XmlElement encoderToken = call.request.OptionalArgument("ConfigurationToken");
   if (encoderToken.Exists()) {
-    return OptionsOf(call.model, FindEncoder(call.state.Media(), encoderToken.RawText()));
+    return OptionsOf(call.model, FindVideoEncoder(call.state.Media(), encoderToken.RawText()));
   }
-  return encoder.empty() ? AllOptions(call.model) : OptionsOf(call.model, FindEncoder(call.state.Media(), encoder));
+  return encoder.empty() ? AllOptions(call.model)
+                         : OptionsOf(call.model, FindVideoEncoder(call.state.Media(), encoder));
 }
 
-void WriteRange(XmlWriter& writer, const char* name, const WholeRange& range) {
+void WriteWholeRange(XmlWriter& writer, const char* name, const WholeRange& range) {
   writer.Open(name).Element("tt:Min", range.min).Element("tt:Max", range.max).Close();
 }
 
@@ -58,10 +59,10 @@ void OpenCodecOptions(XmlWriter& writer, const VideoCodecOptions& options) {
     writer.Element("tt:Height", resolution.height).Close();
   }
   if (profileElement != nullptr) {
-    WriteRange(writer, "tt:GovLengthRange", options.govLength);
+    WriteWholeRange(writer, "tt:GovLengthRange", options.govLength);
   }
-  WriteRange(writer, "tt:FrameRateRange", options.frameRate);
-  WriteRange(writer, "tt:EncodingIntervalRange", {1, 1});
+  WriteWholeRange(writer, "tt:FrameRateRange", options.frameRate);
+  WriteWholeRange(writer, "tt:EncodingIntervalRange", {1, 1});
   for (const std::string& profile : options.codecProfiles) {
     writer.Element((std::string("tt:") + profileElement + "sSupported").c_str(), profile);
   }
@@ -85,11 +86,11 @@ void WriteCodecs(XmlWriter& writer, const VideoEncoderOptions& options, Finish f
 void GetVideoEncoderConfigurationOptions(const Call& call, XmlWriter& response) {
   const VideoEncoderOptions options = RequestedOptions(call);
   response.Open("trt:Options");
-  WriteRange(response, "tt:QualityRange", options.quality);
+  WriteWholeRange(response, "tt:QualityRange", options.quality);
   WriteCodecs(response, options, [] {});
   if (call.model.versions.front().major >= 2) {
     response.Open("tt:Extension");
-    WriteCodecs(response, options, [&] { WriteRange(response, "tt:BitrateRange", options.bitrate); });
+    WriteCodecs(response, options, [&] { WriteWholeRange(response, "tt:BitrateRange", options.bitrate); });
     response.Close();
   }
   response.Close();

@@ -15,11 +15,6 @@ std::size_t Count(const QuirkValue& value) {
   return static_cast<std::size_t>(value.Whole());
 }
 
-// What must not have been done when the answer says that it was not.
-void DoNothing(CallRules& rules, const QuirkValue&) {
-  rules.isIdle = true;
-}
-
 // The life of the connection.
 
 void CloseAfterAnswer(WirePlan& plan, const QuirkValue&) {

@@ -94,23 +94,19 @@ void RepeatFirstToken(AnswerDocument& answer, const QuirkValue&) {
   }
 }
 
-void ShowOddTokens(AnswerDocument& answer, const QuirkValue& value) {
+void ShowOddProfileTokens(AnswerDocument& answer, const QuirkValue& value) {
   for (xmlNode* const profile : ProfilesOf(answer)) {
     AnswerDocument::SetAttribute(profile, "token",
                                  OddTokenPrefix(value) + AnswerDocument::AttributeOf(profile, "token"));
   }
 }
 
-void TakeOddTokens(CallRules& rules, const QuirkValue& value) {
+void TakeOddProfileTokens(CallRules& rules, const QuirkValue& value) {
   rules.profilePrefix = OddTokenPrefix(value);
 }
 
 void AddProfiles(CallRules& rules, const QuirkValue& value) {
   rules.extraProfiles = value.Whole();
-}
-
-void RefuseProfile(CallRules& rules, const QuirkValue&) {
-  rules.fault = ActionNotSupported("the operation is not implemented");
 }
 
 void RefuseNewProfile(CallRules& rules, const QuirkValue&) {
@@ -181,10 +177,6 @@ void LowerCodec(AnswerDocument& answer, const QuirkValue&) {
   });
 }
 
-void DoNothing(CallRules& rules, const QuirkValue&) {
-  rules.isIdle = true;
-}
-
 void ClampValues(CallRules& rules, const QuirkValue&) {
   rules.clampsEncoders = true;
 }
@@ -204,12 +196,8 @@ void IgnoreAllButCodec(CallRules& rules, const QuirkValue&) {
   rules.clampsEncoders = true;
 }
 
-void BeBusy(CallRules& rules, const QuirkValue&) {
+void RefuseAsBusy(CallRules& rules, const QuirkValue&) {
   rules.fault = SoapFault("Receiver", {"Action", "ConfigurationConflict"}, "the camera is busy");
-}
-
-void RefuseOptions(CallRules& rules, const QuirkValue&) {
-  rules.fault = ActionNotSupported("the operation is not implemented");
 }
 
 void EmptyOptions(AnswerDocument& answer, const QuirkValue&) {
@@ -319,7 +307,7 @@ std::vector<Quirk> ProfileRows() {
        "tokens of profiles are long or hold blanks or markup, and the camera wants them back exactly",
        OddTokenChoices(),
        {},
-       {RulesHook(TakeOddTokens), DocumentHook(ShowOddTokens)}},
+       {RulesHook(TakeOddProfileTokens), DocumentHook(ShowOddProfileTokens)}},
       {"profile-none", "the list of profiles is empty", {}, {"GetProfiles"}, DocumentHook(DropProfiles)},
       {"profile-extra",
        "many more profiles, all alike: lists are long and answers large",
@@ -330,7 +318,7 @@ std::vector<Quirk> ProfileRows() {
        "GetProfile is refused while GetProfiles works",
        {},
        {"GetProfile"},
-       RulesHook(RefuseProfile)},
+       RulesHook(RefuseAsNotSupported)},
       {"profile-create-refused",
        "no profile can be created: the camera says that it has too many",
        {},
@@ -393,14 +381,14 @@ std::vector<Quirk> SetRows() {
        "the camera is busy and refuses the change; the same change later works (try with #1)",
        {},
        EncoderSets(),
-       RulesHook(BeBusy)},
+       RulesHook(RefuseAsBusy)},
   };
 }
 
 std::vector<Quirk> OptionRows() {
   return {
       OfOptions("options-fault", "the options of encoders are refused: a client must offer what it sees",
-                RulesHook(RefuseOptions)),
+                RulesHook(RefuseAsNotSupported)),
       OfOptions("options-empty", "the options are there and empty", DocumentHook(EmptyOptions)),
       OfOptions("options-without-resolutions", "codecs are offered without any resolution",
                 DocumentHook(DropResolutions)),
@@ -411,7 +399,7 @@ std::vector<Quirk> OptionRows() {
       OfOptions("options-frame-rate-inverted", "the least frame rate is above the greatest: a clamp has no result",
                 DocumentHook(TurnRangesRound)),
       OfOptions("options-without-quality", "the range of the quality is missing", DocumentHook(DropQualityRange)),
-      OfInstances("instances-fault", "how many encoders can run is not told", RulesHook(RefuseOptions)),
+      OfInstances("instances-fault", "how many encoders can run is not told", RulesHook(RefuseAsNotSupported)),
       OfInstances("instances-without-total", "how many encoders can run is told of codecs, not in all",
                   DocumentHook(DropTotal)),
       OfInstances("instances-zero", "the camera guarantees no encoder at all", DocumentHook(PutZeroInstances)),

@@ -99,7 +99,7 @@ void PutGbkNames(std::string& answer, const QuirkValue&) {
   }
 }
 
-void ShowOddTokens(AnswerDocument& answer, const QuirkValue& value) {
+void ShowOddPresetTokens(AnswerDocument& answer, const QuirkValue& value) {
   const std::string prefix = OddTokenPrefix(value);
   for (xmlNode* const preset : PresetsOf(answer)) {
     AnswerDocument::SetAttribute(preset, "token", prefix + AnswerDocument::AttributeOf(preset, "token"));
@@ -109,7 +109,7 @@ void ShowOddTokens(AnswerDocument& answer, const QuirkValue& value) {
   }
 }
 
-void TakeOddTokens(CallRules& rules, const QuirkValue& value) {
+void TakeOddPresetTokens(CallRules& rules, const QuirkValue& value) {
   rules.presetPrefix = OddTokenPrefix(value);
 }
 
@@ -129,16 +129,8 @@ void GoNowhere(CallRules& rules, const QuirkValue&) {
   rules.goesNowhereSilently = true;
 }
 
-void DoNothing(CallRules& rules, const QuirkValue&) {
-  rules.isIdle = true;
-}
-
 void BeFull(CallRules& rules, const QuirkValue&) {
   rules.fault = ActionFailed("TooManyPresets", "the camera holds no more presets");
-}
-
-void RefuseList(CallRules& rules, const QuirkValue&) {
-  rules.fault = ActionNotSupported("the operation is not implemented");
 }
 
 void RefuseWhileMoving(CallRules& rules, const QuirkValue&) {
@@ -161,7 +153,8 @@ std::vector<Quirk> ListRows() {
       Listed("preset-element", "presets are in elements of another name: the list seems to be empty",
              ChoiceParameter("name", {"PTZPreset", "Presets"}), DocumentHook(RenameElement)),
       Listed("preset-list-empty", "the list is empty, and the presets are there", {}, DocumentHook(DropPresets)),
-      Listed("preset-list-fault", "the list is refused, and the presets are there", {}, RulesHook(RefuseList)),
+      Listed("preset-list-fault", "the list is refused, and the presets are there", {},
+             RulesHook(RefuseAsNotSupported)),
       Listed("preset-names-repeated", "all presets have the same name: a map by name keeps one of them",
              TextParameter("name", "Preset"), DocumentHook(RepeatNames)),
       Listed("preset-names-odd", "names of presets are blank, long or hold markup", OddNameChoices(),
@@ -172,7 +165,7 @@ std::vector<Quirk> ListRows() {
        "tokens of presets are long or hold blanks or markup, and the camera wants them back exactly",
        OddTokenChoices(),
        {"GetPresets", "SetPreset", "GotoPreset", "RemovePreset"},
-       {RulesHook(TakeOddTokens), DocumentHook(ShowOddTokens)}},
+       {RulesHook(TakeOddPresetTokens), DocumentHook(ShowOddPresetTokens)}},
       {"preset-factory",
        "hundreds of presets that nobody has set: a client's own are lost among them",
        WholeParameter("presets", "300", 1, 2000),

@@ -215,10 +215,6 @@ void Obey(CallRules& rules, const QuirkValue&) {
   rules.*kRule = true;
 }
 
-void Refuse(CallRules& rules, const QuirkValue&) {
-  rules.fault = ActionNotSupported("the operation is not implemented");
-}
-
 void RefuseHome(CallRules& rules, const QuirkValue&) {
   rules.fault = ActionFailed("NoHomePosition", "the lens has no home position");
 }
@@ -252,18 +248,19 @@ std::vector<Quirk> ServiceRows() {
        {},
        {RulesHook(Obey<&CallRules::hasNoRelativeMoves>), DocumentHook(HideRelative)}},
       Shown("ptz-without-spaces", "no way to move is told, and all of them work", SpaceAnswers(), HideSpaces),
-      Done("ptz-nodes-fault", "GetNodes is refused: what can be moved stays unknown", {"GetNodes"}, Refuse),
+      Done("ptz-nodes-fault", "GetNodes is refused: what can be moved stays unknown", {"GetNodes"},
+           RefuseAsNotSupported),
       Shown("ptz-nodes-empty", "GetNodes lists nothing", {"GetNodes"}, DropNodes),
       Shown("ptz-node-without-name", "nodes have no name: there is nothing to show", {"GetNodes", "GetNode"},
             DropNodeName),
       Done("ptz-configurations-fault", "GetConfigurations is refused: no profile can be given PTZ",
-           {"GetConfigurations"}, Refuse),
+           {"GetConfigurations"}, RefuseAsNotSupported),
       Shown("ptz-configurations-empty", "GetConfigurations lists nothing: no profile can be given PTZ",
             {"GetConfigurations"}, DropConfigurations),
       Shown("ptz-configuration-hidden", "profiles do not show their PTZ configuration, and moving works",
             {"GetProfiles", "GetProfile"}, DropConfigurations),
       Done("ptz-options-fault", "GetConfigurationOptions is refused: no ranges, no timeouts",
-           {"GetConfigurationOptions"}, Refuse),
+           {"GetConfigurationOptions"}, RefuseAsNotSupported),
       Shown("ptz-without-default-timeout", "configurations have no default timeout", ConfigurationAnswers(),
             DropDefaultTimeout),
       Shown("ptz-without-defaults", "configurations have no default speed, no spaces and no limits",
@@ -299,7 +296,8 @@ std::vector<Quirk> StatusRows() {
             {"GetStatus"}, AlwaysMove),
       Shown("ptz-status-always-idle", "GetStatus says IDLE while the lens moves", {"GetStatus"}, NeverMove),
       Shown("ptz-status-unknown", "GetStatus says UNKNOWN instead of MOVING or IDLE", {"GetStatus"}, KnowNothing),
-      Done("ptz-status-fault", "GetStatus is refused: where the lens is stays unknown", {"GetStatus"}, Refuse),
+      Done("ptz-status-fault", "GetStatus is refused: where the lens is stays unknown", {"GetStatus"},
+           RefuseAsNotSupported),
   };
 }
 
@@ -310,7 +308,7 @@ std::vector<Quirk> MoveRows() {
        {},
        {"Stop"},
        RulesHook(Obey<&CallRules::isIdle>)},
-      Done("ptz-stop-fault", "Stop is refused: a velocity of zero must do", {"Stop"}, Refuse),
+      Done("ptz-stop-fault", "Stop is refused: a velocity of zero must do", {"Stop"}, RefuseAsNotSupported),
       Done("ptz-stop-needs-both", "Stop is refused unless it names both PanTilt and Zoom", {"Stop"},
            Obey<&CallRules::stopNeedsBothAxes>),
       Done("ptz-zero-refused", "a velocity of zero is refused: only Stop stops", {"ContinuousMove"},

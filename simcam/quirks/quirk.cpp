@@ -21,6 +21,14 @@ int QuirkValue::Whole() const {
   return std::stoi(m_text);
 }
 
+void DoNothing(CallRules& rules, const QuirkValue&) {
+  rules.isIdle = true;
+}
+
+void RefuseAsNotSupported(CallRules& rules, const QuirkValue&) {
+  rules.fault = ActionNotSupported("the operation is not implemented");
+}
+
 std::vector<Quirk> JoinRows(const std::vector<std::vector<Quirk>>& parts) {
   std::vector<Quirk> rows;
   for (const std::vector<Quirk>& part : parts) {

@@ -91,6 +91,10 @@ struct QuirkGroup {
   std::vector<Quirk> quirks;
 };
 
+// Hooks of several groups.
+void DoNothing(CallRules& rules, const QuirkValue&);             // whatever the answer says
+void RefuseAsNotSupported(CallRules& rules, const QuirkValue&);  // as if the camera did not know the operation
+
 // For groups whose table has several parts.
 std::vector<Quirk> JoinRows(const std::vector<std::vector<Quirk>>& parts);
 

@@ -9,7 +9,7 @@ namespace simcam {
 namespace {
 
 template <UrlBend kBend>
-void Bend(AnswerDocument& answer, const QuirkValue& value) {
+void BendUri(AnswerDocument& answer, const QuirkValue& value) {
   BendUrls(answer, "Uri", kBend, value);
 }
 
@@ -56,7 +56,7 @@ void DropValidity(AnswerDocument& answer, const QuirkValue&) {
   }
 }
 
-void Refuse(CallRules& rules, const QuirkValue&) {
+void RefuseIncomplete(CallRules& rules, const QuirkValue&) {
   rules.fault = ActionFailed("IncompleteConfiguration", "the profile cannot be used at the moment");
 }
 
@@ -83,32 +83,32 @@ QuirkParameter Account() {
 std::vector<Quirk> StreamRows() {
   return {
       Stream("stream-uri-double-port", "the port stands twice behind the host: no player takes the address", {},
-             DocumentHook(Bend<DoublePort>)),
+             DocumentHook(BendUri<DoublePort>)),
       Stream("stream-uri-http-port", "the address holds the port of HTTP: RTSP is spoken to a web server",
-             WholeParameter("port", "80", 1, 65535), DocumentHook(Bend<PutPort>)),
+             WholeParameter("port", "80", 1, 65535), DocumentHook(BendUri<PutPort>)),
       Stream("stream-uri-user-info", "the address holds a user and a password: they are shown and logged", Account(),
-             DocumentHook(Bend<PutUser>)),
+             DocumentHook(BendUri<PutUser>)),
       Stream("stream-uri-internal", "the host is that of the network behind the router: no stream from outside",
-             InternalHost(), DocumentHook(Bend<PutHost>)),
+             InternalHost(), DocumentHook(BendUri<PutHost>)),
       Stream("stream-uri-loopback", "the host is the camera itself: clients look for the stream at home",
-             ChoiceParameter("host", {"127.0.0.1", "0.0.0.0", "localhost"}), DocumentHook(Bend<PutHost>)),
+             ChoiceParameter("host", {"127.0.0.1", "0.0.0.0", "localhost"}), DocumentHook(BendUri<PutHost>)),
       Stream("stream-uri-null-host", "the host is the text (null): it went through printf", {},
-             DocumentHook(Bend<PutNull>)),
+             DocumentHook(BendUri<PutNull>)),
       Stream("stream-uri-ipv6", "the host is IPv6 although the client came by IPv4: splitting at the colon fails",
-             TextParameter("host in brackets", "[2001:db8::64]"), DocumentHook(Bend<PutHost>)),
+             TextParameter("host in brackets", "[2001:db8::64]"), DocumentHook(BendUri<PutHost>)),
       Stream("stream-uri-http-scheme", "the address begins with http: players ask for a web page", {},
-             DocumentHook(Bend<PutHttp>)),
-      Stream("stream-uri-relative", "the address is a path without a host", {}, DocumentHook(Bend<LeaveOnlyPath>)),
+             DocumentHook(BendUri<PutHttp>)),
+      Stream("stream-uri-relative", "the address is a path without a host", {}, DocumentHook(BendUri<LeaveOnlyPath>)),
       Stream("stream-uri-without-path", "the address ends after the port: the camera has nothing there", {},
-             DocumentHook(Bend<DropPath>)),
+             DocumentHook(BendUri<DropPath>)),
       Stream("stream-uri-blanks", "blanks or line ends stand around the address: players and shells fail",
-             BlankChoices(), DocumentHook(Bend<PutBlanks>)),
+             BlankChoices(), DocumentHook(BendUri<PutBlanks>)),
       Stream("stream-uri-blank-inside", "a blank stands in the path: as an argument it becomes two", {},
-             DocumentHook(Bend<PutBlankInside>)),
+             DocumentHook(BendUri<PutBlankInside>)),
       Stream("stream-uri-escaped-twice", "ampersands are escaped twice: after reading, &amp; is still there", {},
-             DocumentHook(Bend<EscapeTwice>)),
+             DocumentHook(BendUri<EscapeTwice>)),
       Stream("stream-uri-empty", "the address is empty, in an answer that says success", {},
-             DocumentHook(Bend<DropAll>)),
+             DocumentHook(BendUri<DropAll>)),
       Stream("stream-uri-missing", "the answer has no Uri element", {}, DocumentHook(DropUri)),
       Stream("stream-uri-no-media-uri", "the answer has nothing in it", {}, DocumentHook(DropMediaUri)),
       Stream("stream-uri-temporary", "the address holds for one connection and a short time: a stored one is stale",
@@ -117,25 +117,27 @@ std::vector<Quirk> StreamRows() {
              DocumentHook(BreakTimeout)),
       Stream("stream-uri-no-validity", "the answer holds the address alone, without how long it is valid", {},
              DocumentHook(DropValidity)),
-      Stream("stream-uri-fault", "no address is told although the profile is complete", {}, RulesHook(Refuse)),
+      Stream("stream-uri-fault", "no address is told although the profile is complete", {},
+             RulesHook(RefuseIncomplete)),
   };
 }
 
 std::vector<Quirk> SnapshotRows() {
   return {
       Snapshot("snapshot-uri-internal", "the host is that of the network behind the router: no picture from outside",
-               InternalHost(), DocumentHook(Bend<PutHost>)),
+               InternalHost(), DocumentHook(BendUri<PutHost>)),
       Snapshot("snapshot-uri-port", "the port is not the one that is forwarded: no picture from outside",
-               WholeParameter("port", "8899", 1, 65535), DocumentHook(Bend<PutPort>)),
+               WholeParameter("port", "8899", 1, 65535), DocumentHook(BendUri<PutPort>)),
       Snapshot("snapshot-uri-user-info", "the address holds a user and a password: they are shown and logged",
-               Account(), DocumentHook(Bend<PutUser>)),
+               Account(), DocumentHook(BendUri<PutUser>)),
       Snapshot("snapshot-uri-https", "the address says https, which the camera does not serve", {},
-               DocumentHook(Bend<PutHttps>)),
+               DocumentHook(BendUri<PutHttps>)),
       Snapshot("snapshot-uri-blanks", "blanks or line ends stand around the address", BlankChoices(),
-               DocumentHook(Bend<PutBlanks>)),
-      Snapshot("snapshot-uri-relative", "the address is a path without a host", {}, DocumentHook(Bend<LeaveOnlyPath>)),
+               DocumentHook(BendUri<PutBlanks>)),
+      Snapshot("snapshot-uri-relative", "the address is a path without a host", {},
+               DocumentHook(BendUri<LeaveOnlyPath>)),
       Snapshot("snapshot-uri-empty", "the address is empty, in an answer that says success", {},
-               DocumentHook(Bend<DropAll>)),
+               DocumentHook(BendUri<DropAll>)),
       Snapshot("snapshot-uri-missing", "the answer has no Uri element", {}, DocumentHook(DropUri)),
       Snapshot("snapshot-uri-fault", "the camera says that it has no snapshots, and advertises them", {},
                RulesHook(RefuseSnapshot)),

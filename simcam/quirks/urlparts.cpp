@@ -12,7 +12,7 @@ struct Blanks {
   const char* after;
 };
 
-constexpr Blanks kBlanks[] = {
+constexpr Blanks kBlankWays[] = {
     {"crlf", "", "\r\n"}, {"behind", "", " "}, {"before", " ", ""}, {"lines", "\n      ", "\n    "}};
 
 }  // namespace
@@ -79,7 +79,7 @@ void PutHttp(UrlParts& url, const QuirkValue&) {
 }
 
 void PutBlanks(UrlParts& url, const QuirkValue& value) {
-  for (const Blanks& row : kBlanks) {
+  for (const Blanks& row : kBlankWays) {
     if (value.Text() == row.name) {
       url.scheme.insert(0, row.before);
       url.path += row.after;
@@ -89,7 +89,7 @@ void PutBlanks(UrlParts& url, const QuirkValue& value) {
 
 QuirkParameter BlankChoices() {
   std::vector<const char*> names;
-  for (const Blanks& row : kBlanks) {
+  for (const Blanks& row : kBlankWays) {
     names.push_back(row.name);
   }
   return ChoiceParameter("where they stand", std::move(names));

@@ -14,8 +14,8 @@ namespace simcam {
 
 namespace {
 
-constexpr std::string_view kBlanks = " \t\r\n";
-constexpr std::string_view kNames[] = {"Name", "Manufacturer", "Model", "Text"};
+constexpr std::string_view kXmlBlanks = " \t\r\n";
+constexpr std::string_view kNameElements[] = {"Name", "Manufacturer", "Model", "Text"};
 
 std::string_view LocalName(std::string_view qualified) {
   const std::size_t colon = qualified.find(':');
@@ -53,7 +53,7 @@ void SetDeclaration(std::string& answer, const std::string& declaration) {
   const std::size_t start = answer.find("<?xml ");
   const std::size_t end = answer.find("?>", start);
   if (start != std::string::npos && end != std::string::npos) {
-    const std::size_t rest = std::min(answer.find_first_not_of(kBlanks, end + 2), answer.size());
+    const std::size_t rest = std::min(answer.find_first_not_of(kXmlBlanks, end + 2), answer.size());
     answer.replace(start, rest - start, declaration);
   } else if (const std::size_t root = RootStart(answer); root != std::string::npos) {
     answer.insert(root, declaration);
@@ -85,7 +85,7 @@ void EditValues(std::string& answer, const ValueEditor& edit) {
   for (std::size_t close = answer.find("</"); close != std::string::npos; close = answer.find("</", close + 2)) {
     const std::size_t value = answer.rfind('>', close) + 1;
     const std::size_t nameEnd = answer.find('>', close);
-    const bool hasText = value > done && answer.find_first_not_of(kBlanks, value) < close;
+    const bool hasText = value > done && answer.find_first_not_of(kXmlBlanks, value) < close;
     if (!hasText || nameEnd == std::string::npos) {
       continue;
     }
@@ -99,7 +99,7 @@ void EditValues(std::string& answer, const ValueEditor& edit) {
 
 void AppendToNames(std::string& answer, const std::string& text) {
   EditValues(answer, [&text](std::string_view name, std::string_view value) {
-    const bool isName = std::find(std::begin(kNames), std::end(kNames), name) != std::end(kNames);
+    const bool isName = std::find(std::begin(kNameElements), std::end(kNameElements), name) != std::end(kNameElements);
     return std::string(value) + (isName ? text : std::string());
   });
 }

@@ -15,10 +15,6 @@ namespace {
 
 constexpr char kEditionKey[] = "simcam-edition";
 
-Mounts::Time Now() {
-  return std::chrono::steady_clock::now();
-}
-
 // Ends streams that were kept prepared; those with clients end with the last of them.
 void End(const std::vector<ObjectPtr<GstRTSPMedia>>& retired) {
   for (const ObjectPtr<GstRTSPMedia>& media : retired) {
@@ -167,7 +163,7 @@ bool Mounts::Keep(GstRTSPMedia* media) {
   if (std::any_of(running.begin(), running.end(), [&](const Running& item) { return item.media.get() == media; })) {
     return false;
   }
-  running.push_back({Share(media), Now()});
+  running.push_back({Share(media), std::chrono::steady_clock::now()});
   return true;
 }
 

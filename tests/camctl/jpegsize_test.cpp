@@ -28,14 +28,14 @@ TEST(ReadJpegSize, BytesBehindTheEndDoNotMatter) {
   EXPECT_TRUE(ReadJpegSize(JpegBytes(640, 360) + std::string(100, '\0')));
 }
 
-struct NearMiss {
+struct BadJpeg {
   const char* what;
   std::string bytes;
 };
 
 TEST(ReadJpegSize, WhatIsNoWholePictureHasNone) {
   const std::string good = JpegBytes(640, 360);
-  const NearMiss rows[] = {
+  const BadJpeg rows[] = {
       {"nothing", ""},
       {"one byte", "\xFF"},
       {"a web page", "<html>no picture</html>"},
@@ -51,7 +51,7 @@ TEST(ReadJpegSize, WhatIsNoWholePictureHasNone) {
       {"a frame header that says to be short", std::string("\xFF\xD8\xFF\xC0\x00\x02\x08\x01\x68\x02\x80\xFF\xD9", 13)},
       {"no marker where one must be", std::string("\xFF\xD8\xFF\xE0\x00\x02", 6) + "abcd" + good.substr(2)},
   };
-  for (const NearMiss& row : rows) EXPECT_FALSE(ReadJpegSize(row.bytes)) << row.what;
+  for (const BadJpeg& row : rows) EXPECT_FALSE(ReadJpegSize(row.bytes)) << row.what;
 }
 
 TEST(ReadJpegSize, NoCutOfAPictureIsReadBeyondItsEnd) {

@@ -9,7 +9,7 @@
 namespace camctl {
 namespace {
 
-std::string ErrorOf(const std::string& text) {
+std::string ErrorOfDirection(const std::string& text) {
   try {
     ReadDirection(text);
   } catch (const UsageError& error) {
@@ -26,10 +26,10 @@ TEST(ReadDirection, NamesAndCodes) {
 
 TEST(ReadDirection, NearMisses) {
   for (const char* text : {"", "Left", "left ", "+1", "-1", "1.0"}) {
-    EXPECT_THAT(ErrorOf(text), testing::HasSubstr("is no direction; give right, up, left, down, in, out, home"))
+    EXPECT_THAT(ErrorOfDirection(text), testing::HasSubstr("is no direction; give right, up, left, down, in, out, home"))
         << text;
   }
-  EXPECT_THAT(ErrorOf("100"), testing::HasSubstr("from 0 to 99"));
+  EXPECT_THAT(ErrorOfDirection("100"), testing::HasSubstr("from 0 to 99"));
 }
 
 TEST(FirstDirection, IsOneThatTheRecordAllows) {

@@ -62,11 +62,11 @@ TEST_P(Tour, PassesAndLeavesTheCameraAsItWas) {
   EXPECT_EQ(Describe(live, record), before);
 }
 
-std::string NameOf(const testing::TestParamInfo<std::string>& info) {
+std::string NameOfModel(const testing::TestParamInfo<std::string>& info) {
   return ReplaceAll(info.param, "-", "_");
 }
 
-INSTANTIATE_TEST_SUITE_P(EveryModel, Tour, testing::ValuesIn(simcam::ModelNames()), NameOf);
+INSTANTIATE_TEST_SUITE_P(EveryModel, Tour, testing::ValuesIn(simcam::ModelNames()), NameOfModel);
 
 TEST(RestoreState, ProfilesBindingsAndEncodersComeBack) {
   LiveCamera live("ptz-dome");

@@ -59,7 +59,7 @@ class BadReply : public CameraTest {
   ServiceClients m_clients;
 };
 
-std::vector<std::string> PostFailed(int hostResult) {
+std::vector<std::string> PostFailedLog(int hostResult) {
   return {"SendHttpXmlSocketPost failed. " + std::to_string(hostResult) + " [/onvif/service]"};
 }
 
@@ -82,25 +82,26 @@ std::string Utf16(const std::string& ascii, bool bigEndian) {
 }
 
 TEST_F(BadReply, EmptyIsSendFail) {
-  ExpectFromAll(Reply::Ok(""), RET_ONVIF_SEND_FAIL, PostFailed(HTTP_POST_NOT_XML));
+  ExpectFromAll(Reply::Ok(""), RET_ONVIF_SEND_FAIL, PostFailedLog(HTTP_POST_NOT_XML));
 }
 
 TEST_F(BadReply, BlanksAloneAreSendFail) {
-  ExpectFromAll(Reply::Ok(" \r\n\t "), RET_ONVIF_SEND_FAIL, PostFailed(HTTP_POST_NOT_XML));
+  ExpectFromAll(Reply::Ok(" \r\n\t "), RET_ONVIF_SEND_FAIL, PostFailedLog(HTTP_POST_NOT_XML));
 }
 
 TEST_F(BadReply, TruncatedDocumentIsSendFail) {
   const std::string good = GoodAnswer();
-  ExpectFromAll(Reply::Ok(good.substr(0, good.size() - 1)), RET_ONVIF_SEND_FAIL, PostFailed(HTTP_POST_NOT_XML));
+  ExpectFromAll(Reply::Ok(good.substr(0, good.size() - 1)), RET_ONVIF_SEND_FAIL, PostFailedLog(HTTP_POST_NOT_XML));
 }
 
 TEST_F(BadReply, TruncatedTransferIsSendFail) {
   ExpectFromAll(Reply::Raw("HTTP/1.1 200 OK\r\nContent-Length: 1000\r\n\r\n<a/>"), RET_ONVIF_SEND_FAIL,
-                PostFailed(HTTP_POST_CONNECTION_LOST));
+                PostFailedLog(HTTP_POST_CONNECTION_LOST));
 }
 
 TEST_F(BadReply, HtmlIsSendFail) {
-  ExpectFromAll(Reply::Ok("<html><body>Login<br></body></html>"), RET_ONVIF_SEND_FAIL, PostFailed(HTTP_POST_NOT_XML));
+  ExpectFromAll(Reply::Ok("<html><body>Login<br></body></html>"), RET_ONVIF_SEND_FAIL,
+                PostFailedLog(HTTP_POST_NOT_XML));
 }
 
 TEST_F(BadReply, HtmlThatHappensToBeXmlIsAnAnswerThatHoldsNothing) {
@@ -109,13 +110,13 @@ TEST_F(BadReply, HtmlThatHappensToBeXmlIsAnAnswerThatHoldsNothing) {
 
 TEST_F(BadReply, BinaryIsSendFail) {
   ExpectFromAll(Reply::Ok(std::string("\xFF\xD8\xFF\xE0\0\x10JFIF", 10)), RET_ONVIF_SEND_FAIL,
-                PostFailed(HTTP_POST_NOT_XML));
+                PostFailedLog(HTTP_POST_NOT_XML));
 }
 
 TEST_F(BadReply, OneByteOverTheCeilingIsSendFail) {
   std::string answer = GoodAnswer();
   answer.resize(HTTP_MAX_ANSWER_BYTES + 1, ' ');
-  ExpectFromAll(Reply::Ok(answer), RET_ONVIF_SEND_FAIL, PostFailed(HTTP_POST_TOO_LARGE));
+  ExpectFromAll(Reply::Ok(answer), RET_ONVIF_SEND_FAIL, PostFailedLog(HTTP_POST_TOO_LARGE));
 }
 
 TEST_F(BadReply, ExactlyAtTheCeilingIsAnAnswer) {
@@ -126,18 +127,18 @@ TEST_F(BadReply, ExactlyAtTheCeilingIsAnAnswer) {
 
 TEST_F(BadReply, TenThousandLevelsAreSendFail) {
   ExpectFromAll(Reply::Ok(Repeated("<a>", 10000) + Repeated("</a>", 10000)), RET_ONVIF_SEND_FAIL,
-                PostFailed(HTTP_POST_NOT_XML));
+                PostFailedLog(HTTP_POST_NOT_XML));
 }
 
 TEST_F(BadReply, EightyThousandAttributesAreSendFail) {
   std::string element = "<a";
   for (int i = 0; i < 80000; ++i) element += " a" + std::to_string(i) + "=''";
-  ExpectFromAll(Reply::Ok(element + "/>"), RET_ONVIF_SEND_FAIL, PostFailed(HTTP_POST_LIMIT_REFUSED));
+  ExpectFromAll(Reply::Ok(element + "/>"), RET_ONVIF_SEND_FAIL, PostFailedLog(HTTP_POST_LIMIT_REFUSED));
 }
 
 TEST_F(BadReply, DocTypeIsSendFail) {
   ExpectFromAll(Reply::Ok("<!DOCTYPE a SYSTEM 'file:///etc/passwd'><a/>"), RET_ONVIF_SEND_FAIL,
-                PostFailed(HTTP_POST_LIMIT_REFUSED));
+                PostFailedLog(HTTP_POST_LIMIT_REFUSED));
 }
 
 TEST_F(BadReply, EntityBombIsSendFail) {
@@ -145,11 +146,11 @@ TEST_F(BadReply, EntityBombIsSendFail) {
   for (int i = 1; i < 12; ++i) {
     bomb += "<!ENTITY e" + std::to_string(i) + " '" + Repeated("&e" + std::to_string(i - 1) + ";", 10) + "'>";
   }
-  ExpectFromAll(Reply::Ok(bomb + "]><b>&e11;</b>"), RET_ONVIF_SEND_FAIL, PostFailed(HTTP_POST_LIMIT_REFUSED));
+  ExpectFromAll(Reply::Ok(bomb + "]><b>&e11;</b>"), RET_ONVIF_SEND_FAIL, PostFailedLog(HTTP_POST_LIMIT_REFUSED));
 }
 
 TEST_F(BadReply, UndeclaredEntityIsSendFail) {
-  ExpectFromAll(Reply::Ok("<a>&nbsp;</a>"), RET_ONVIF_SEND_FAIL, PostFailed(HTTP_POST_NOT_XML));
+  ExpectFromAll(Reply::Ok("<a>&nbsp;</a>"), RET_ONVIF_SEND_FAIL, PostFailedLog(HTTP_POST_NOT_XML));
 }
 
 TEST_F(BadReply, Utf16IsReadAsWellAsUtf8) {
@@ -164,7 +165,7 @@ TEST_F(BadReply, Utf16IsReadAsWellAsUtf8) {
 TEST_F(BadReply, FaultInUtf16IsAFault) {
   ExpectFromAll(
       Reply::Status(400, Utf16("<r><b><Fault/></b></r>", false)), RET_ONVIF_SOAP_FAULT,
-      {PostFailed(6)[0], "SOAP fault: [subcode:Get return subcode failed.][reason:Get return reason failed.]"});
+      {PostFailedLog(6)[0], "SOAP fault: [subcode:Get return subcode failed.][reason:Get return reason failed.]"});
 }
 
 TEST_F(BadReply, RootWithoutPrefixIsAnAnswerThatHoldsNothing) {

@@ -37,11 +37,11 @@ std::string BindEncoder(const std::string& token, const std::string& encoder) {
                       Argument("ProfileToken", token) + Argument("ConfigurationToken", encoder));
 }
 
-const std::string kAskEncoders = AskMedia("GetAudioEncoderConfigurations");
-const std::string kAskProfiles = AskMedia("GetProfiles");
+const std::string kAskAudioEncoders = AskMedia("GetAudioEncoderConfigurations");
+const std::string kAskTemplate = AskMedia("GetProfiles");
 
 // A profile with this audio; an empty token leaves the configuration out.
-Reply Profile(const std::string& source, const std::string& encoder, const std::string& encoding = "") {
+Reply AudioProfile(const std::string& source, const std::string& encoder, const std::string& encoding = "") {
   std::string content;
   if (!source.empty()) content += "<tt:AudioSourceConfiguration token=\"" + source + "\"/>";
   if (!encoder.empty()) {
@@ -52,7 +52,7 @@ Reply Profile(const std::string& source, const std::string& encoder, const std::
 }
 
 // Audio encoder configurations: token and encoding of each.
-Reply Encoders(const std::vector<std::pair<std::string, std::string>>& encoders) {
+Reply AudioEncoders(const std::vector<std::pair<std::string, std::string>>& encoders) {
   std::string content;
   for (const auto& [token, encoding] : encoders) {
     content +=
@@ -61,11 +61,11 @@ Reply Encoders(const std::vector<std::pair<std::string, std::string>>& encoders)
   return MediaReply("GetAudioEncoderConfigurations", content);
 }
 
-Reply Sources(const std::vector<std::string>& tokens) {
+Reply AudioSources(const std::vector<std::string>& tokens) {
   return TokensReply("GetCompatibleAudioSourceConfigurations", "Configurations", tokens);
 }
 
-Reply Done() {
+Reply AudioDone() {
   return Reply::Ok(Envelope(""));
 }
 
@@ -95,7 +95,7 @@ TEST_F(Audio, CodesOtherThanAacG711AndG726AreNotSupportedAndAskNothing) {
 
 TEST_F(Audio, EachOfTheThreeCodecsIsTakenWhereItIs) {
   for (const auto& [code, name] : {std::pair{kAac, "AAC"}, {kG711, "G711"}, {kG726, "G726"}}) {
-    Script({Profile("as", "ae", name)});
+    Script({AudioProfile("as", "ae", name)});
     EXPECT_EQ(Set(code, "One"), 0) << name;
   }
   EXPECT_THAT(Asked(m_camera), ElementsAre(AskProfile("One"), AskProfile("One"), AskProfile("One")));
@@ -104,7 +104,7 @@ TEST_F(Audio, EachOfTheThreeCodecsIsTakenWhereItIs) {
 // The main profile.
 
 TEST_F(Audio, MainProfileWithTheCodecIsLeftAndOnlyTheLiveProfileIsBroughtInLine) {
-  Script({Profile("as", "ae", "G711"), Profile("as", "other", "AAC"), Done()});
+  Script({AudioProfile("as", "ae", "G711"), AudioProfile("as", "other", "AAC"), AudioDone()});
 
   EXPECT_EQ(Set(kG711), 0);
 
@@ -113,52 +113,53 @@ TEST_F(Audio, MainProfileWithTheCodecIsLeftAndOnlyTheLiveProfileIsBroughtInLine)
 }
 
 TEST_F(Audio, EncoderThatIsSetToTheCodecIsBoundUnchanged) {
-  Script({Profile("as", "ae", "G711"), Encoders({{"e0", "G711"}, {"e1", "AAC"}, {"e2", "AAC"}}), Done()});
+  Script(
+      {AudioProfile("as", "ae", "G711"), AudioEncoders({{"e0", "G711"}, {"e1", "AAC"}, {"e2", "AAC"}}), AudioDone()});
 
   EXPECT_EQ(Set(kAac, "One"), 0);
 
-  EXPECT_THAT(Asked(m_camera), ElementsAre(AskProfile("One"), kAskEncoders, BindEncoder("One", "e1")));
+  EXPECT_THAT(Asked(m_camera), ElementsAre(AskProfile("One"), kAskAudioEncoders, BindEncoder("One", "e1")));
 }
 
 TEST_F(Audio, ProfileWithoutEncoderGetsOne) {
-  Script({Profile("as", ""), Encoders({{"e0", "AAC"}}), Done()});
+  Script({AudioProfile("as", ""), AudioEncoders({{"e0", "AAC"}}), AudioDone()});
 
   EXPECT_EQ(Set(kAac, "One"), 0);
 
-  EXPECT_THAT(Asked(m_camera), ElementsAre(AskProfile("One"), kAskEncoders, BindEncoder("One", "e0")));
+  EXPECT_THAT(Asked(m_camera), ElementsAre(AskProfile("One"), kAskAudioEncoders, BindEncoder("One", "e0")));
 }
 
 TEST_F(Audio, EncoderWithAnEmptyTokenIsNoneAlsoWhenItsCodecFits) {
   Script({MediaReply("GetProfile",
                      "<trt:Profile><tt:AudioSourceConfiguration token=\"as\"/><tt:AudioEncoderConfiguration token=\"\">"
                      "<tt:Encoding>AAC</tt:Encoding></tt:AudioEncoderConfiguration></trt:Profile>"),
-          Encoders({{"e0", "AAC"}}), Done()});
+          AudioEncoders({{"e0", "AAC"}}), AudioDone()});
 
   EXPECT_EQ(Set(kAac, "One"), 0);
 
-  EXPECT_THAT(Asked(m_camera), ElementsAre(AskProfile("One"), kAskEncoders, BindEncoder("One", "e0")));
+  EXPECT_THAT(Asked(m_camera), ElementsAre(AskProfile("One"), kAskAudioEncoders, BindEncoder("One", "e0")));
 }
 
 TEST_F(Audio, CodecsAreComparedExactly) {
-  Script({Profile("as", "ae", "aac"), Encoders({{"e0", "AAC "}, {"e1", "AAC"}}), Done()});
+  Script({AudioProfile("as", "ae", "aac"), AudioEncoders({{"e0", "AAC "}, {"e1", "AAC"}}), AudioDone()});
 
   EXPECT_EQ(Set(kAac, "One"), 0);
 
-  EXPECT_THAT(Asked(m_camera), ElementsAre(AskProfile("One"), kAskEncoders, BindEncoder("One", "e1")));
+  EXPECT_THAT(Asked(m_camera), ElementsAre(AskProfile("One"), kAskAudioEncoders, BindEncoder("One", "e1")));
 }
 
 TEST_F(Audio, EncoderThatOffersTheCodecIsSetToItAndBound) {
-  Script({Profile("as", "ae", "G711"), Encoders({{"e0", "G711"}, {"e1", "G711"}}),
-          Encoders({{"e0", "G711"}, {"e1", "G711"}}),
-          AudioOptionsReply({{"G711", "64", "8"}, {"AAC", "128", "16"}, {"AAC", "256", "48"}}), Template("e0"), Done(),
-          Done()});
+  Script({AudioProfile("as", "ae", "G711"), AudioEncoders({{"e0", "G711"}, {"e1", "G711"}}),
+          AudioEncoders({{"e0", "G711"}, {"e1", "G711"}}),
+          AudioOptionsReply({{"G711", "64", "8"}, {"AAC", "128", "16"}, {"AAC", "256", "48"}}), Template("e0"),
+          AudioDone(), AudioDone()});
 
   EXPECT_EQ(Set(kAac, "One"), 0);
 
   const std::vector<std::string> asked = Asked(m_camera);
   ASSERT_EQ(asked.size(), 7U) << testing::PrintToString(asked);
   EXPECT_THAT(std::vector(asked.begin(), asked.begin() + 5),
-              ElementsAre(AskProfile("One"), kAskEncoders, kAskEncoders, kAskAudioOptions, kAskProfiles));
+              ElementsAre(AskProfile("One"), kAskAudioEncoders, kAskAudioEncoders, kAskAudioOptions, kAskTemplate));
   const std::string set = m_camera.Requests()[5].body;
   EXPECT_THAT(set, HasSubstr("SetAudioEncoderConfiguration"));
   EXPECT_THAT(set, HasSubstr("token=\"e0\""));
@@ -169,32 +170,32 @@ TEST_F(Audio, EncoderThatOffersTheCodecIsSetToItAndBound) {
 }
 
 TEST_F(Audio, SilentSuccessOfAnUpdateThatCannotBeBuiltIsTakenForASuccess) {
-  Script({Profile("as", "ae", "G711"), Encoders({{"e0", "G711"}}), Encoders({{"e0", "G711"}}),
-          AudioOptionsReply({{"AAC", "128", "16"}}), ProfilesReply({"p"}), Done()});
+  Script({AudioProfile("as", "ae", "G711"), AudioEncoders({{"e0", "G711"}}), AudioEncoders({{"e0", "G711"}}),
+          AudioOptionsReply({{"AAC", "128", "16"}}), ProfilesReply({"p"}), AudioDone()});
 
   EXPECT_EQ(Set(kAac, "One"), 0);
 
-  EXPECT_THAT(Asked(m_camera), ElementsAre(AskProfile("One"), kAskEncoders, kAskEncoders, kAskAudioOptions,
-                                           kAskProfiles, BindEncoder("One", "e0")))
+  EXPECT_THAT(Asked(m_camera), ElementsAre(AskProfile("One"), kAskAudioEncoders, kAskAudioEncoders, kAskAudioOptions,
+                                           kAskTemplate, BindEncoder("One", "e0")))
       << "no configuration could serve as template, so nothing was set";
 }
 
 TEST_F(Audio, CameraThatDoesNotOfferTheCodecIsLoggedAndNothingIsBound) {
-  Script({Profile("as", "ae", "G711"), Encoders({{"e0", "G711"}, {"e1", "G711"}}),
-          Encoders({{"e0", "G711"}, {"e1", "G711"}}), AudioOptionsReply({{"G711", "64", "8"}}),
+  Script({AudioProfile("as", "ae", "G711"), AudioEncoders({{"e0", "G711"}, {"e1", "G711"}}),
+          AudioEncoders({{"e0", "G711"}, {"e1", "G711"}}), AudioOptionsReply({{"G711", "64", "8"}}),
           AudioOptionsReply({{"G711", "64", "8"}})});
 
   EXPECT_EQ(Set(kAac), 1);
 
   EXPECT_THAT(Asked(m_camera),
-              ElementsAre(AskProfile("Rec"), kAskEncoders, kAskEncoders, kAskAudioOptions, kAskAudioOptions));
+              ElementsAre(AskProfile("Rec"), kAskAudioEncoders, kAskAudioEncoders, kAskAudioOptions, kAskAudioOptions));
   if (!PrivateLogReason().empty()) GTEST_SKIP() << PrivateLogReason();
   EXPECT_THAT(LogMessages(), ElementsAre("onvif/camapi-onvif:LINE:SetAudio(): There is no audio encoder support the "
                                          "target audio type!"));
 }
 
 TEST_F(Audio, MainProfileWithoutSourceGetsTheFirstCompatibleOne) {
-  Script({Profile("", "ae", "AAC"), Sources({"s1", "s0"}), Done()});
+  Script({AudioProfile("", "ae", "AAC"), AudioSources({"s1", "s0"}), AudioDone()});
 
   EXPECT_EQ(Set(kAac, "One"), 0);
 
@@ -202,7 +203,7 @@ TEST_F(Audio, MainProfileWithoutSourceGetsTheFirstCompatibleOne) {
 }
 
 TEST_F(Audio, AnswerWithoutASourceTokenBindsTheEmptyToken) {
-  Script({Profile("", "ae", "AAC"), Sources({}), Done()});
+  Script({AudioProfile("", "ae", "AAC"), AudioSources({}), AudioDone()});
 
   EXPECT_EQ(Set(kAac, "One"), 0);
 
@@ -213,14 +214,14 @@ TEST_F(Audio, AnswerWithoutASourceTokenBindsTheEmptyToken) {
 
 TEST_F(Audio, OneProfileForBothStreamsIsTouchedOnce) {
   for (const char* pair : {"One", "One,One"}) {
-    Script({Profile("as", "ae", "AAC")});
+    Script({AudioProfile("as", "ae", "AAC")});
     EXPECT_EQ(Set(kAac, pair), 0);
   }
   EXPECT_THAT(Asked(m_camera), ElementsAre(AskProfile("One"), AskProfile("One")));
 }
 
 TEST_F(Audio, LiveProfileWithTheSameEncoderIsNotBoundAgainWhateverItsCodec) {
-  Script({Profile("as", "ae", "AAC"), Profile("as", "ae", "G711")});
+  Script({AudioProfile("as", "ae", "AAC"), AudioProfile("as", "ae", "G711")});
 
   EXPECT_EQ(Set(kAac), 0);
 
@@ -228,16 +229,17 @@ TEST_F(Audio, LiveProfileWithTheSameEncoderIsNotBoundAgainWhateverItsCodec) {
 }
 
 TEST_F(Audio, LiveProfileGetsTheEncoderThatTheMainProfileHasJustGot) {
-  Script({Profile("as", "old", "G711"), Encoders({{"new", "AAC"}}), Done(), Profile("as", "old", "G711"), Done()});
+  Script({AudioProfile("as", "old", "G711"), AudioEncoders({{"new", "AAC"}}), AudioDone(),
+          AudioProfile("as", "old", "G711"), AudioDone()});
 
   EXPECT_EQ(Set(kAac), 0);
 
-  EXPECT_THAT(Asked(m_camera), ElementsAre(AskProfile("Rec"), kAskEncoders, BindEncoder("Rec", "new"),
+  EXPECT_THAT(Asked(m_camera), ElementsAre(AskProfile("Rec"), kAskAudioEncoders, BindEncoder("Rec", "new"),
                                            AskProfile("Live"), BindEncoder("Live", "new")));
 }
 
 TEST_F(Audio, LiveProfileWithoutAudioGetsSourceAndEncoder) {
-  Script({Profile("as", "ae", "AAC"), Profile("", ""), Sources({"s0"}), Done(), Done()});
+  Script({AudioProfile("as", "ae", "AAC"), AudioProfile("", ""), AudioSources({"s0"}), AudioDone(), AudioDone()});
 
   EXPECT_EQ(Set(kAac), 0);
 
@@ -246,14 +248,14 @@ TEST_F(Audio, LiveProfileWithoutAudioGetsSourceAndEncoder) {
 }
 
 TEST_F(Audio, BothProfilesFromNothing) {
-  Script({Profile("", ""), Sources({"s0"}), Done(), Encoders({{"e0", "AAC"}}), Done(), Profile("", ""), Sources({"s0"}),
-          Done(), Done()});
+  Script({AudioProfile("", ""), AudioSources({"s0"}), AudioDone(), AudioEncoders({{"e0", "AAC"}}), AudioDone(),
+          AudioProfile("", ""), AudioSources({"s0"}), AudioDone(), AudioDone()});
 
   EXPECT_EQ(Set(kAac), 0);
 
-  EXPECT_THAT(Asked(m_camera), ElementsAre(AskProfile("Rec"), AskSources("Rec"), BindSource("Rec", "s0"), kAskEncoders,
-                                           BindEncoder("Rec", "e0"), AskProfile("Live"), AskSources("Live"),
-                                           BindSource("Live", "s0"), BindEncoder("Live", "e0")));
+  EXPECT_THAT(Asked(m_camera), ElementsAre(AskProfile("Rec"), AskSources("Rec"), BindSource("Rec", "s0"),
+                                           kAskAudioEncoders, BindEncoder("Rec", "e0"), AskProfile("Live"),
+                                           AskSources("Live"), BindSource("Live", "s0"), BindEncoder("Live", "e0")));
 }
 
 // Failures. Each row is a way to go wrong: the conversation before it, and what fails then. Behind a main profile that
@@ -268,26 +270,28 @@ struct FailingStep {
 
 const FailingStep kFailingSteps[] = {
     {"ListOfEncodersTwice", {FaultReply()}, 3},
-    {"SecondListOfEncoders", {Encoders({})}, 3},
-    {"OptionsOfTheFirstEncoder", {Encoders({{"e", "G711"}}), Encoders({{"e", "G711"}, {"f", "G711"}})}, 4},
+    {"SecondListOfEncoders", {AudioEncoders({})}, 3},
+    {"OptionsOfTheFirstEncoder", {AudioEncoders({{"e", "G711"}}), AudioEncoders({{"e", "G711"}, {"f", "G711"}})}, 4},
     {"OptionsOfALaterEncoder",
-     {Encoders({{"e", "G711"}}), Encoders({{"e", "G711"}, {"f", "G711"}}), AudioOptionsReply({{"G726", "1", "1"}})},
+     {AudioEncoders({{"e", "G711"}}), AudioEncoders({{"e", "G711"}, {"f", "G711"}}),
+      AudioOptionsReply({{"G726", "1", "1"}})},
      5},
     {"TemplateOfTheUpdate",
-     {Encoders({{"e", "G711"}}), Encoders({{"e", "G711"}}), AudioOptionsReply({{"AAC", "1", "1"}})},
+     {AudioEncoders({{"e", "G711"}}), AudioEncoders({{"e", "G711"}}), AudioOptionsReply({{"AAC", "1", "1"}})},
      5},
     {"Update",
-     {Encoders({{"e", "G711"}}), Encoders({{"e", "G711"}}), AudioOptionsReply({{"AAC", "1", "1"}}), Template("e")},
+     {AudioEncoders({{"e", "G711"}}), AudioEncoders({{"e", "G711"}}), AudioOptionsReply({{"AAC", "1", "1"}}),
+      Template("e")},
      6},
-    {"BindingOfTheEncoder", {Encoders({{"e", "AAC"}})}, 3},
+    {"BindingOfTheEncoder", {AudioEncoders({{"e", "AAC"}})}, 3},
     {"BindingOfTheUpdatedEncoder",
-     {Encoders({{"e", "G711"}}), Encoders({{"e", "G711"}}), AudioOptionsReply({{"AAC", "1", "1"}}), Template("e"),
-      Done()},
+     {AudioEncoders({{"e", "G711"}}), AudioEncoders({{"e", "G711"}}), AudioOptionsReply({{"AAC", "1", "1"}}),
+      Template("e"), AudioDone()},
      7},
-    {"ReadingOfTheLiveProfile", {Encoders({{"e", "AAC"}}), Done()}, 4},
-    {"BindingToTheLiveProfile", {Encoders({{"e", "AAC"}}), Done(), Profile("as", "x", "AAC")}, 5},
+    {"ReadingOfTheLiveProfile", {AudioEncoders({{"e", "AAC"}}), AudioDone()}, 4},
+    {"BindingToTheLiveProfile", {AudioEncoders({{"e", "AAC"}}), AudioDone(), AudioProfile("as", "x", "AAC")}, 5},
     {"BindingToALiveProfileWhoseSourceWasBound",
-     {Encoders({{"e", "AAC"}}), Done(), Profile("", "x", "AAC"), Sources({"s"}), Done()},
+     {AudioEncoders({{"e", "AAC"}}), AudioDone(), AudioProfile("", "x", "AAC"), AudioSources({"s"}), AudioDone()},
      7},
 };
 
@@ -306,19 +310,19 @@ class HeldResult : public Audio, public testing::WithParamInterface<FailingStep>
 };
 
 TEST_P(HeldResult, IsAFailureWhenTheMainProfileHadASource) {
-  EXPECT_EQ(Run({Profile("as", "ae", "G711")}), 1);
+  EXPECT_EQ(Run({AudioProfile("as", "ae", "G711")}), 1);
   EXPECT_EQ(Asked(m_camera).size(), GetParam().asked) << testing::PrintToString(Asked(m_camera));
 }
 
 TEST_P(HeldResult, IsASuccessWhenTheMainProfileHadToBeGivenOne) {
-  EXPECT_EQ(Run({Profile("", "ae", "G711"), Sources({"s"}), Done()}), 0);
+  EXPECT_EQ(Run({AudioProfile("", "ae", "G711"), AudioSources({"s"}), AudioDone()}), 0);
   EXPECT_EQ(Asked(m_camera).size(), GetParam().asked + 2) << testing::PrintToString(Asked(m_camera));
 }
 
 INSTANTIATE_TEST_SUITE_P(Every, HeldResult, testing::ValuesIn(kFailingSteps), NameOfRow<FailingStep>);
 
 TEST_F(Audio, CodecThatIsNotOfferedIsReportedAsSuccessToo) {
-  Script({Profile("", "ae", "G711"), Sources({"s"}), Done(), Encoders({}), Encoders({})});
+  Script({AudioProfile("", "ae", "G711"), AudioSources({"s"}), AudioDone(), AudioEncoders({}), AudioEncoders({})});
 
   EXPECT_EQ(Set(kAac), 0);
 
@@ -328,16 +332,17 @@ TEST_F(Audio, CodecThatIsNotOfferedIsReportedAsSuccessToo) {
 }
 
 TEST_F(Audio, OnlyTheMissingEncoderIsLogged) {
-  const Reply main = Profile("as", "ae", "G711");
-  Script({main, Encoders({{"e", "AAC"}}), FaultReply()});
+  const Reply main = AudioProfile("as", "ae", "G711");
+  Script({main, AudioEncoders({{"e", "AAC"}}), FaultReply()});
   EXPECT_EQ(Set(kAac), 1);
   EXPECT_THAT(DriverLogTexts(), IsEmpty()) << "a binding failed";
 
-  Script({main, Encoders({}), Encoders({{"e", "G711"}}), AudioOptionsReply({{"AAC", "1", "1"}}), FaultReply()});
+  Script(
+      {main, AudioEncoders({}), AudioEncoders({{"e", "G711"}}), AudioOptionsReply({{"AAC", "1", "1"}}), FaultReply()});
   EXPECT_EQ(Set(kAac), 1);
   EXPECT_THAT(DriverLogTexts(), IsEmpty()) << "the update failed";
 
-  Script({main, Encoders({}), FaultReply()});
+  Script({main, AudioEncoders({}), FaultReply()});
   EXPECT_EQ(Set(kAac), 1);
   if (!PrivateLogReason().empty()) GTEST_SKIP() << PrivateLogReason();
   EXPECT_THAT(DriverLogTexts(), ElementsAre(HasSubstr("There is no audio encoder support the target audio type!")))
@@ -353,33 +358,33 @@ TEST_P(AudioFailure, OfReadingTheMainProfileIsResult1) {
 }
 
 TEST_P(AudioFailure, OfFindingTheMainSourceIsResult1) {
-  Script({LastOnConnection(Profile("", "")), GetParam().reply});
+  Script({LastOnConnection(AudioProfile("", "")), GetParam().reply});
   EXPECT_EQ(Set(kAac), 1);
   EXPECT_THAT(Asked(m_camera), ElementsAre(AskProfile("Rec"), AskSources("Rec")));
 }
 
 TEST_P(AudioFailure, OfBindingTheMainSourceIsResult1) {
-  Script({Profile("", ""), LastOnConnection(Sources({"s"})), GetParam().reply});
+  Script({AudioProfile("", ""), LastOnConnection(AudioSources({"s"})), GetParam().reply});
   EXPECT_EQ(Set(kAac), 1);
   EXPECT_THAT(Asked(m_camera), ElementsAre(AskProfile("Rec"), AskSources("Rec"), BindSource("Rec", "s")));
 }
 
 TEST_P(AudioFailure, OfTheLiveSourceIsResult1AlsoWhenTheMainSourceWasBound) {
-  const std::vector<Reply> main{Profile("", "ae", "AAC"), Sources({"s"}), Done()};
+  const std::vector<Reply> main{AudioProfile("", "ae", "AAC"), AudioSources({"s"}), AudioDone()};
   Script(main);
-  Script({LastOnConnection(Profile("", "")), GetParam().reply});
+  Script({LastOnConnection(AudioProfile("", "")), GetParam().reply});
   EXPECT_EQ(Set(kAac), 1) << "looking for it";
 
   Script(main);
-  Script({Profile("", ""), LastOnConnection(Sources({"s"})), GetParam().reply});
+  Script({AudioProfile("", ""), LastOnConnection(AudioSources({"s"})), GetParam().reply});
   EXPECT_EQ(Set(kAac), 1) << "binding it";
 }
 
 TEST_P(AudioFailure, OfReadingTheLiveProfileIsTheHeldResult) {
-  Script({LastOnConnection(Profile("as", "ae", "AAC")), GetParam().reply});
+  Script({LastOnConnection(AudioProfile("as", "ae", "AAC")), GetParam().reply});
   EXPECT_EQ(Set(kAac), 1);
 
-  Script({Profile("", "ae", "AAC"), Sources({"s"}), LastOnConnection(Done()), GetParam().reply});
+  Script({AudioProfile("", "ae", "AAC"), AudioSources({"s"}), LastOnConnection(AudioDone()), GetParam().reply});
   EXPECT_EQ(Set(kAac), 0) << "a failure reported as success is what is meant";
 }
 
@@ -400,16 +405,16 @@ constexpr char kBefore[] = "as|token|encoding|bitrate|rate";
 
 TEST_F(Audio, FindExistTakesTheFirstWithTheCodecWhateverTheProfile) {
   for (const char* profile : {"Rec", "", "no such profile"}) {
-    Script({Encoders({{"e0", "G711"}, {"e1", "AAC"}, {"e2", "AAC"}})});
+    Script({AudioEncoders({{"e0", "G711"}, {"e1", "AAC"}, {"e2", "AAC"}})});
     OVF_MED_AUD_CONF conf = Before();
     EXPECT_EQ(MakeDriver(m_camera)->FindExistAudEncByType(profile, "AAC", conf), 1);
     EXPECT_EQ(Texts(conf), "as|e1|AAC|bitrate|rate");
   }
-  EXPECT_THAT(Asked(m_camera), ElementsAre(kAskEncoders, kAskEncoders, kAskEncoders));
+  EXPECT_THAT(Asked(m_camera), ElementsAre(kAskAudioEncoders, kAskAudioEncoders, kAskAudioEncoders));
 }
 
 TEST_F(Audio, FindExistWithoutSuccessChangesNothing) {
-  for (const Reply& reply : {Encoders({{"e0", "G711"}, {"e1", "aac"}}), Encoders({}), FaultReply()}) {
+  for (const Reply& reply : {AudioEncoders({{"e0", "G711"}, {"e1", "aac"}}), AudioEncoders({}), FaultReply()}) {
     Script({reply});
     OVF_MED_AUD_CONF conf = Before();
     EXPECT_EQ(MakeDriver(m_camera)->FindExistAudEncByType("Rec", "AAC", conf), 0);
@@ -418,18 +423,18 @@ TEST_F(Audio, FindExistWithoutSuccessChangesNothing) {
 }
 
 TEST_F(Audio, FindTakesTheFirstEncoderAndTheFirstEntryThatOfferTheCodec) {
-  Script({Encoders({{"e0", "G711"}, {"e1", "G711"}, {"e2", "G711"}}), AudioOptionsReply({{"G711", "64", "8"}}),
+  Script({AudioEncoders({{"e0", "G711"}, {"e1", "G711"}, {"e2", "G711"}}), AudioOptionsReply({{"G711", "64", "8"}}),
           AudioOptionsReply({{"G711", "64", "8"}, {"AAC", "128", "16"}, {"AAC", "256", "48"}})});
   OVF_MED_AUD_CONF conf = Before();
 
   EXPECT_EQ(MakeDriver(m_camera)->FindAudEncByType("AAC", conf), 1);
 
   EXPECT_EQ(Texts(conf), "as|e1|encoding|128|16") << "the encoding is the caller's";
-  EXPECT_THAT(Asked(m_camera), ElementsAre(kAskEncoders, kAskAudioOptions, kAskAudioOptions));
+  EXPECT_THAT(Asked(m_camera), ElementsAre(kAskAudioEncoders, kAskAudioOptions, kAskAudioOptions));
 }
 
 TEST_F(Audio, FindTakesEmptyRatesAsTheyAre) {
-  Script({Encoders({{"e0", "G711"}}),
+  Script({AudioEncoders({{"e0", "G711"}}),
           MediaReply("GetAudioEncoderConfigurationOptions",
                      "<trt:Options><tt:Options><tt:Encoding>AAC</tt:Encoding></tt:Options></trt:Options>")});
   OVF_MED_AUD_CONF conf = Before();
@@ -440,21 +445,21 @@ TEST_F(Audio, FindTakesEmptyRatesAsTheyAre) {
 }
 
 TEST_F(Audio, FindStopsAtTheFirstEncoderWhoseOptionsCannotBeReadAndDoesNotSkipIt) {
-  Script({Encoders({{"e0", "G711"}, {"e1", "G711"}, {"e2", "G711"}}), AudioOptionsReply({{"G711", "64", "8"}}),
+  Script({AudioEncoders({{"e0", "G711"}, {"e1", "G711"}, {"e2", "G711"}}), AudioOptionsReply({{"G711", "64", "8"}}),
           FaultReply()});
   OVF_MED_AUD_CONF conf = Before();
 
   EXPECT_EQ(MakeDriver(m_camera)->FindAudEncByType("AAC", conf), 0);
 
   EXPECT_EQ(Texts(conf), kBefore);
-  EXPECT_THAT(Asked(m_camera), ElementsAre(kAskEncoders, kAskAudioOptions, kAskAudioOptions));
+  EXPECT_THAT(Asked(m_camera), ElementsAre(kAskAudioEncoders, kAskAudioOptions, kAskAudioOptions));
 }
 
 TEST_F(Audio, FindWithoutSuccessChangesNothing) {
   const std::vector<Reply> scripts[] = {{FaultReply()},
-                                        {Encoders({})},
-                                        {Encoders({{"e0", "AAC"}}), AudioOptionsReply({{"aac", "1", "1"}})},
-                                        {Encoders({{"e0", "AAC"}}), AudioOptionsReply({})}};
+                                        {AudioEncoders({})},
+                                        {AudioEncoders({{"e0", "AAC"}}), AudioOptionsReply({{"aac", "1", "1"}})},
+                                        {AudioEncoders({{"e0", "AAC"}}), AudioOptionsReply({})}};
   for (const std::vector<Reply>& script : scripts) {
     Script(script);
     OVF_MED_AUD_CONF conf = Before();

@@ -18,20 +18,20 @@ std::string DeleteProfile(const std::string& token) {
          "</ProfileToken></DeleteProfile>";
 }
 
-Reply Profiles(const std::string& profiles) {
+Reply ProfileList(const std::string& profiles) {
   return Reply::Ok(Envelope("<trt:GetProfilesResponse>" + profiles + "</trt:GetProfilesResponse>"));
 }
 
-Reply OneProfile() {
-  return Profiles("<trt:Profiles token=\"P1\" fixed=\"true\"><tt:Name>Main</tt:Name></trt:Profiles>");
+Reply FixedProfile() {
+  return ProfileList("<trt:Profiles token=\"P1\" fixed=\"true\"><tt:Name>Main</tt:Name></trt:Profiles>");
 }
 
-Reply Created(const std::string& profile) {
+Reply CreatedProfile(const std::string& profile) {
   return Reply::Ok(Envelope("<trt:CreateProfileResponse>" + profile + "</trt:CreateProfileResponse>"));
 }
 
 Reply CreatedT7() {
-  return Created("<trt:Profile token=\"T7\" fixed=\"false\"><tt:Name>QarnTestProfile</tt:Name></trt:Profile>");
+  return CreatedProfile("<trt:Profile token=\"T7\" fixed=\"false\"><tt:Name>QarnTestProfile</tt:Name></trt:Profile>");
 }
 
 Reply Deleted() {
@@ -41,7 +41,7 @@ Reply Deleted() {
 using TestConn = Driver;
 
 TEST_F(TestConn, CreatesAndDeletesTheScratchProfile) {
-  m_camera.Answer(OneProfile());
+  m_camera.Answer(FixedProfile());
   m_camera.Answer(CreatedT7());
   m_camera.Answer(Deleted());
 
@@ -52,7 +52,7 @@ TEST_F(TestConn, CreatesAndDeletesTheScratchProfile) {
 }
 
 TEST_F(TestConn, CameraWithoutAnyProfileIsTestedTheSame) {
-  m_camera.Answer(Profiles(""));
+  m_camera.Answer(ProfileList(""));
   m_camera.Answer(CreatedT7());
   m_camera.Answer(Deleted());
 
@@ -63,8 +63,8 @@ TEST_F(TestConn, CameraWithoutAnyProfileIsTestedTheSame) {
 
 TEST_F(TestConn, LeftOverScratchProfileIsDeletedInsteadOfANewOne) {
   m_camera.Answer(
-      Profiles("<trt:Profiles token=\"P1\"><tt:Name>Main</tt:Name></trt:Profiles>"
-               "<trt:Profiles token=\"Old\"><tt:Name>QarnTestProfile</tt:Name></trt:Profiles>"));
+      ProfileList("<trt:Profiles token=\"P1\"><tt:Name>Main</tt:Name></trt:Profiles>"
+                  "<trt:Profiles token=\"Old\"><tt:Name>QarnTestProfile</tt:Name></trt:Profiles>"));
   m_camera.Answer(Deleted());
 
   EXPECT_EQ(MakeDriver(m_camera)->TestConn(), 0);
@@ -74,8 +74,8 @@ TEST_F(TestConn, LeftOverScratchProfileIsDeletedInsteadOfANewOne) {
 
 TEST_F(TestConn, FirstOfTwoLeftOverScratchProfilesCounts) {
   m_camera.Answer(
-      Profiles("<trt:Profiles token=\"Old1\"><tt:Name>QarnTestProfile</tt:Name></trt:Profiles>"
-               "<trt:Profiles token=\"Old2\"><tt:Name>QarnTestProfile</tt:Name></trt:Profiles>"));
+      ProfileList("<trt:Profiles token=\"Old1\"><tt:Name>QarnTestProfile</tt:Name></trt:Profiles>"
+                  "<trt:Profiles token=\"Old2\"><tt:Name>QarnTestProfile</tt:Name></trt:Profiles>"));
   m_camera.Answer(Deleted());
 
   EXPECT_EQ(MakeDriver(m_camera)->TestConn(), 0);
@@ -85,12 +85,12 @@ TEST_F(TestConn, FirstOfTwoLeftOverScratchProfilesCounts) {
 
 TEST_F(TestConn, ScratchProfileIsKnownByItsWholeNameOnly) {
   m_camera.Answer(
-      Profiles("<trt:Profiles token=\"A\"><tt:Name>qarntestprofile</tt:Name></trt:Profiles>"
-               "<trt:Profiles token=\"B\"><tt:Name>QarnTestProfile </tt:Name></trt:Profiles>"
-               "<trt:Profiles token=\"C\"><tt:Name>QarnTestProfile2</tt:Name></trt:Profiles>"
-               "<trt:Profiles token=\"D\"><tt:Name>QarnLiveProfile</tt:Name></trt:Profiles>"
-               "<trt:Profiles token=\"QarnTestProfile\"><tt:Name>E</tt:Name></trt:Profiles>"
-               "<trt:Profiles><tt:Name>QarnTestProfile</tt:Name></trt:Profiles>"));
+      ProfileList("<trt:Profiles token=\"A\"><tt:Name>qarntestprofile</tt:Name></trt:Profiles>"
+                  "<trt:Profiles token=\"B\"><tt:Name>QarnTestProfile </tt:Name></trt:Profiles>"
+                  "<trt:Profiles token=\"C\"><tt:Name>QarnTestProfile2</tt:Name></trt:Profiles>"
+                  "<trt:Profiles token=\"D\"><tt:Name>QarnLiveProfile</tt:Name></trt:Profiles>"
+                  "<trt:Profiles token=\"QarnTestProfile\"><tt:Name>E</tt:Name></trt:Profiles>"
+                  "<trt:Profiles><tt:Name>QarnTestProfile</tt:Name></trt:Profiles>"));
   m_camera.Answer(CreatedT7());
   m_camera.Answer(Deleted());
 
@@ -100,8 +100,8 @@ TEST_F(TestConn, ScratchProfileIsKnownByItsWholeNameOnly) {
 }
 
 TEST_F(TestConn, TokenOfTheNewProfileIsPastedAsTheCameraGaveIt) {
-  m_camera.Answer(OneProfile());
-  m_camera.Answer(Created("<trt:Profile token=\" a&amp;b&lt;c \" fixed=\"false\"/>"));
+  m_camera.Answer(FixedProfile());
+  m_camera.Answer(CreatedProfile("<trt:Profile token=\" a&amp;b&lt;c \" fixed=\"false\"/>"));
   m_camera.Answer(Deleted());
 
   EXPECT_EQ(MakeDriver(m_camera)->TestConn(), 0);
@@ -110,8 +110,8 @@ TEST_F(TestConn, TokenOfTheNewProfileIsPastedAsTheCameraGaveIt) {
 }
 
 TEST_F(TestConn, NewProfileWithoutTokenIsDeletedWithAnEmptyOne) {
-  m_camera.Answer(OneProfile());
-  m_camera.Answer(Created(""));
+  m_camera.Answer(FixedProfile());
+  m_camera.Answer(CreatedProfile(""));
   m_camera.Answer(Reply::Status(400, FaultEnvelope("ter:InvalidArgVal", "No such profile")));
 
   EXPECT_EQ(MakeDriver(m_camera)->TestConn(), 6);
@@ -143,7 +143,7 @@ TEST_F(TestConn, WorksAgainAfterEveryKindOfFailure) {
   const auto driver = MakeDriver(m_camera);
   for (const RequestFailure& failure : RequestFailures()) {
     m_camera.Answer(failure.reply);
-    m_camera.Answer(OneProfile());
+    m_camera.Answer(FixedProfile());
     m_camera.Answer(CreatedT7());
     m_camera.Answer(LastOnConnection(Deleted()));
 
@@ -165,7 +165,7 @@ TEST_P(TestConnFailure, OfTheListIsConverted) {
 
 // Wrong credentials fail the test; every other refusal to create a profile passes it.
 TEST_P(TestConnFailure, OfTheCreationMattersOnlyWhenNotAuthorised) {
-  m_camera.Answer(LastOnConnection(OneProfile()));
+  m_camera.Answer(LastOnConnection(FixedProfile()));
   m_camera.Answer(GetParam().reply);
 
   EXPECT_EQ(MakeDriver(m_camera)->TestConn(), GetParam().serverCode == 5 ? 5 : 0);
@@ -174,7 +174,7 @@ TEST_P(TestConnFailure, OfTheCreationMattersOnlyWhenNotAuthorised) {
 }
 
 TEST_P(TestConnFailure, OfTheDeletionIsConverted) {
-  m_camera.Answer(OneProfile());
+  m_camera.Answer(FixedProfile());
   m_camera.Answer(LastOnConnection(CreatedT7()));
   m_camera.Answer(GetParam().reply);
 
@@ -185,7 +185,7 @@ TEST_P(TestConnFailure, OfTheDeletionIsConverted) {
 
 TEST_P(TestConnFailure, OfDeletingTheLeftOverIsConverted) {
   m_camera.Answer(
-      LastOnConnection(Profiles("<trt:Profiles token=\"Old\"><tt:Name>QarnTestProfile</tt:Name></trt:Profiles>")));
+      LastOnConnection(ProfileList("<trt:Profiles token=\"Old\"><tt:Name>QarnTestProfile</tt:Name></trt:Profiles>")));
   m_camera.Answer(GetParam().reply);
 
   EXPECT_EQ(MakeDriver(m_camera)->TestConn(), GetParam().serverCode);

@@ -26,6 +26,21 @@ std::vector<std::string> Asked(const ScriptedCamera& camera) {
   return asked;
 }
 
+std::string AskLens(const std::string& operation, const std::string& content) {
+  return "POST /onvif/ptz <" + operation +
+         " xmlns=\"http://www.onvif.org/ver20/ptz/wsdl\"><ProfileToken>Rec</ProfileToken>" + content + "</" +
+         operation + ">";
+}
+
+std::string AskStreamUri(const std::string& token, const std::string& path) {
+  return "POST " + path +
+         " <GetStreamUri xmlns=\"http://www.onvif.org/ver10/media/wsdl\"><StreamSetup>"
+         "<Stream xmlns=\"http://www.onvif.org/ver10/schema\">RTP-Unicast</Stream>"
+         "<Transport xmlns=\"http://www.onvif.org/ver10/schema\"><Protocol>RTSP</Protocol></Transport></StreamSetup>"
+         "<ProfileToken>" +
+         token + "</ProfileToken></GetStreamUri>";
+}
+
 Reply LastOnConnection(Reply reply) {
   reply.bytes.insert(reply.bytes.find("\r\n\r\n"), "\r\nConnection: close");
   return reply;

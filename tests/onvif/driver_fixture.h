@@ -31,6 +31,12 @@ std::unique_ptr<ONVIFAPI> MakeDriver(const ScriptedCamera& camera, const std::st
 /// account says so in its text.
 std::vector<std::string> Asked(const ScriptedCamera& camera);
 
+/// A request to the PTZ service about the profile "Rec", as `Asked` gives it.
+std::string AskLens(const std::string& operation, const std::string& content);
+
+/// The request for the address of a profile's stream, as `Asked` gives it.
+std::string AskStreamUri(const std::string& token, const std::string& path = "/onvif/media");
+
 /// The same answer, announced as the last of its connection, so that the next request comes on a fresh one.
 Reply LastOnConnection(Reply reply);
 

@@ -24,21 +24,13 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 constexpr char kNoProfiles[] = "<trt:GetProfilesResponse/>";
-constexpr char kGetProfiles[] = "<GetProfiles xmlns=\"http://www.onvif.org/ver10/media/wsdl\" />";
-constexpr char kCreateScratch[] =
+constexpr char kProfilesBody[] = "<GetProfiles xmlns=\"http://www.onvif.org/ver10/media/wsdl\" />";
+constexpr char kScratchBody[] =
     "<CreateProfile xmlns=\"http://www.onvif.org/ver10/media/wsdl\"><Name>QarnTestProfile</Name></CreateProfile>";
 
-std::string GetSnapshotUri(const std::string& token) {
+std::string SnapshotUriBody(const std::string& token) {
   return "<GetSnapshotUri xmlns=\"http://www.onvif.org/ver10/media/wsdl\"><ProfileToken>" + token +
          "</ProfileToken></GetSnapshotUri>";
-}
-
-std::string GetStreamUri(const std::string& token) {
-  return "<GetStreamUri xmlns=\"http://www.onvif.org/ver10/media/wsdl\"><StreamSetup>"
-         "<Stream xmlns=\"http://www.onvif.org/ver10/schema\">RTP-Unicast</Stream>"
-         "<Transport xmlns=\"http://www.onvif.org/ver10/schema\"><Protocol>RTSP</Protocol></Transport></StreamSetup>"
-         "<ProfileToken>" +
-         token + "</ProfileToken></GetStreamUri>";
 }
 
 using DriverConstruction = Driver;
@@ -101,9 +93,8 @@ TEST_P(ProfilePair, IsSplitAtItsFirstComma) {
   EXPECT_EQ(driver->GetLivePathPort(path, port), 0);
   EXPECT_EQ(driver->GetShotPathPort(path, port, flag), 0);
 
-  EXPECT_THAT(Asked(m_camera), ElementsAre("POST /onvif/media " + GetStreamUri(GetParam().recording),
-                                           "POST /onvif/media " + GetStreamUri(GetParam().live),
-                                           "POST /onvif/media " + GetSnapshotUri(GetParam().live)));
+  EXPECT_THAT(Asked(m_camera), ElementsAre(AskStreamUri(GetParam().recording), AskStreamUri(GetParam().live),
+                                           "POST /onvif/media " + SnapshotUriBody(GetParam().live)));
 }
 
 INSTANTIATE_TEST_SUITE_P(Pairs, ProfilePair,
@@ -127,7 +118,7 @@ TEST_F(DriverConstruction, TakesAHugeProfileToken) {
 
   const auto requests = m_camera.Requests();
   ASSERT_EQ(requests.size(), 1U);
-  EXPECT_TRUE(BodyOf(requests[0].body) == GetSnapshotUri(token)) << "the token must go out whole";
+  EXPECT_TRUE(BodyOf(requests[0].body) == SnapshotUriBody(token)) << "the token must go out whole";
 }
 
 using ServicePaths = Driver;
@@ -205,8 +196,8 @@ TEST_F(ServicePaths, AllServicesSpeakForTheSameAccount) {
 
   EXPECT_THAT(Asked(m_camera), ElementsAre("POST /onvif/device <GetNetworkProtocols "
                                            "xmlns=\"http://www.onvif.org/ver10/device/wsdl\" />",
-                                           std::string("POST /onvif/media ") + kGetProfiles,
-                                           std::string("POST /onvif/media ") + kCreateScratch));
+                                           std::string("POST /onvif/media ") + kProfilesBody,
+                                           std::string("POST /onvif/media ") + kScratchBody));
 }
 
 TEST(ServerCode, OfEveryServiceResult) {

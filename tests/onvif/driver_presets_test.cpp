@@ -11,27 +11,21 @@ using testing::Pair;
 
 using PresetMap = std::map<int, std::string>;
 
-std::string Ask(const std::string& operation, const std::string& content) {
-  return "POST /onvif/ptz <" + operation +
-         " xmlns=\"http://www.onvif.org/ver20/ptz/wsdl\"><ProfileToken>Rec</ProfileToken>" + content + "</" +
-         operation + ">";
-}
-
-const std::string kAskList = Ask("GetPresets", "");
+const std::string kAskList = AskLens("GetPresets", "");
 
 std::string AskSet(const std::string& name) {
-  return Ask("SetPreset", "<PresetName>" + name + "</PresetName>");
+  return AskLens("SetPreset", "<PresetName>" + name + "</PresetName>");
 }
 
 std::string AskRemove(const std::string& token) {
-  return Ask("RemovePreset", "<PresetToken>" + token + "</PresetToken>");
+  return AskLens("RemovePreset", "<PresetToken>" + token + "</PresetToken>");
 }
 
 std::string AskGoto(const std::string& token) {
-  return Ask("GotoPreset", "<PresetToken>" + token +
-                               "</PresetToken><Speed><PanTilt x=\"1\" y=\"1\" "
-                               "xmlns=\"http://www.onvif.org/ver10/schema\"></PanTilt><Zoom x=\"1\" "
-                               "xmlns=\"http://www.onvif.org/ver10/schema\"></Zoom></Speed>");
+  return AskLens("GotoPreset", "<PresetToken>" + token +
+                                   "</PresetToken><Speed><PanTilt x=\"1\" y=\"1\" "
+                                   "xmlns=\"http://www.onvif.org/ver10/schema\"></PanTilt><Zoom x=\"1\" "
+                                   "xmlns=\"http://www.onvif.org/ver10/schema\"></Zoom></Speed>");
 }
 
 /// A preset of the camera: token and name.
@@ -45,11 +39,11 @@ Reply List(const std::vector<CameraPreset>& presets) {
   return Reply::Ok(Envelope("<tptz:GetPresetsResponse>" + list + "</tptz:GetPresetsResponse>"));
 }
 
-Reply Done() {
+Reply PresetDone() {
   return Reply::Ok(Envelope("<tptz:Response/>"));
 }
 
-Reply Refused() {
+Reply NoSuchPreset() {
   return Reply::Status(400, FaultEnvelope("ter:NoToken", "Unknown"));
 }
 
@@ -110,7 +104,7 @@ TEST_F(PresetNumber, OutOfRangeIs3WithoutARequest) {
 
 TEST_F(PresetNumber, ModelWithOnePresetHasNumber0) {
   const auto driver = DriverOf("1");
-  Talk(AskSet("QARN0"), Done());
+  Talk(AskSet("QARN0"), PresetDone());
   EXPECT_EQ(driver->SetPreset(0, ""), 0);
   EXPECT_EQ(driver->SetPreset(1, ""), 3);
 }
@@ -120,7 +114,7 @@ using SetPreset = Presets;
 TEST_F(SetPreset, IsNamedByItsNumberAndNotByTheServersName) {
   const auto driver = DriverOf("65535");
   for (const int number : {0, 7, 12, 65534}) {
-    Talk(AskSet("QARN" + std::to_string(number)), Done());
+    Talk(AskSet("QARN" + std::to_string(number)), PresetDone());
     EXPECT_EQ(driver->SetPreset(number, "Door"), 0) << number;
   }
 }
@@ -136,20 +130,20 @@ using LensPreset = Presets;
 
 TEST_F(LensPreset, GoesToTheTokenOfTheNumbersName) {
   Talk(kAskList, List({{"t1", "QARN1"}, {"t12", "QARN12"}, {"t2", "QARN2"}, {"t2b", "QARN2"}}));
-  Talk(AskGoto("t2"), Done());
+  Talk(AskGoto("t2"), PresetDone());
   EXPECT_EQ(m_driver->LensPreset(2, "QARN1"), 0);
 }
 
 // The camera's answer decides.
 TEST_F(LensPreset, UnknownPresetIsSentWithAnEmptyToken) {
   Talk(kAskList, List({{"t1", "qarn2"}}));
-  Talk(AskGoto(""), Done());
+  Talk(AskGoto(""), PresetDone());
   EXPECT_EQ(m_driver->LensPreset(2, ""), 0) << "names are compared with their case";
   Talk(kAskList, List({}));
-  Talk(AskGoto(""), Refused());
+  Talk(AskGoto(""), NoSuchPreset());
   EXPECT_EQ(m_driver->LensPreset(2, ""), 1);
-  Talk(kAskList, Refused());
-  Talk(AskGoto(""), Done());
+  Talk(kAskList, NoSuchPreset());
+  Talk(AskGoto(""), PresetDone());
   EXPECT_EQ(m_driver->LensPreset(2, ""), 0) << "a list that cannot be had is an empty token as well";
 }
 
@@ -157,32 +151,32 @@ using DelPreset = Presets;
 
 TEST_F(DelPreset, NumberIsDeletedByItsOwnName) {
   Talk(kAskList, List({{"d", "Door"}, {"t2", "QARN2"}}));
-  Talk(AskRemove("t2"), Done());
+  Talk(AskRemove("t2"), PresetDone());
   EXPECT_EQ(m_driver->DelPreset(2, "Door"), 0);
 }
 
 TEST_F(DelPreset, MinusOneDeletesByTheNameGiven) {
   Talk(kAskList, List({{"q", "QARN-1"}, {"d", "Door"}}));
-  Talk(AskRemove("d"), Done());
+  Talk(AskRemove("d"), PresetDone());
   EXPECT_EQ(m_driver->DelPreset(-1, "Door"), 0);
 }
 
 // No preset bears such a name; the request goes out all the same.
 TEST_F(DelPreset, OtherNegativeNumbersAreNamesThatNoPresetBears) {
   Talk(kAskList, List({{"d", "Door"}, {"x", "QARN-2"}}));
-  Talk(AskRemove("x"), Done());
+  Talk(AskRemove("x"), PresetDone());
   EXPECT_EQ(m_driver->DelPreset(-2, "Door"), 0) << "but a camera may have one";
   Talk(kAskList, List({{"d", "Door"}}));
-  Talk(AskRemove(""), Refused());
+  Talk(AskRemove(""), NoSuchPreset());
   EXPECT_EQ(m_driver->DelPreset(-2147483647 - 1, "Door"), 1);
 }
 
 TEST_F(DelPreset, FailureIs1AndTheListMayFail) {
   Talk(kAskList, List({{"t2", "QARN2"}}));
-  Talk(AskRemove("t2"), Refused());
+  Talk(AskRemove("t2"), NoSuchPreset());
   EXPECT_EQ(m_driver->DelPreset(2, ""), 1);
-  Talk(kAskList, Refused());
-  Talk(AskRemove(""), Done());
+  Talk(kAskList, NoSuchPreset());
+  Talk(AskRemove(""), PresetDone());
   EXPECT_EQ(m_driver->DelPreset(2, ""), 0);
 }
 
@@ -197,7 +191,7 @@ TEST_F(DelPreset, DeviceOfVersion10IsToldTheNameToo) {
                           kPtz10Namespace)));
   Talk("POST /onvif/ptz <RemovePreset" + ns +
            "<PresetToken>t2</PresetToken><PresetName>QARN2</PresetName></RemovePreset>",
-       Done());
+       PresetDone());
   EXPECT_EQ(MakeDriver(m_camera, "Rec", CameraCap(map))->DelPreset(2, "ignored"), 0);
 }
 
@@ -241,7 +235,7 @@ TEST_F(GetPresets, ForeignPresetIsDeletedFromTheCameraAndThatIsMeant) {
   PresetMap presets;
   Talk(kAskList, List(held));
   Talk(kAskList, List(held));
-  Talk(AskRemove("h"), Done());
+  Talk(AskRemove("h"), PresetDone());
 
   EXPECT_EQ(m_driver->GetPresets(presets), 0);
 
@@ -269,7 +263,7 @@ TEST_F(GetPresets, NamesThatAreNotQuiteTheServersAreForeign) {
     PresetMap presets;
     Talk(kAskList, List({{"f", name}}));
     Talk(kAskList, List({{"f", name}}));
-    Talk(AskRemove("f"), Done());
+    Talk(AskRemove("f"), PresetDone());
     EXPECT_EQ(m_driver->GetPresets(presets), 0) << name;
     EXPECT_THAT(presets, IsEmpty()) << name;
   }
@@ -281,7 +275,7 @@ TEST_F(GetPresets, ForeignNameWithBlanksAroundIsNotFoundAgain) {
     PresetMap presets;
     Talk(kAskList, List({{"f", name}}));
     Talk(kAskList, List({{"f", name}}));
-    Talk(AskRemove(""), Refused());
+    Talk(AskRemove(""), NoSuchPreset());
     EXPECT_EQ(m_driver->GetPresets(presets), 1) << name;
   }
 }
@@ -291,7 +285,7 @@ TEST_F(GetPresets, NameThatIsNoUtf8IsDeletedByItsBytes) {
   PresetMap presets;
   Talk(kAskList, List({{"g", gbk}, {"t2", "QARN2"}}));
   Talk(kAskList, List({{"t2", "QARN2"}, {"g", gbk}}));
-  Talk(AskRemove("g"), Done());
+  Talk(AskRemove("g"), PresetDone());
 
   EXPECT_EQ(m_driver->GetPresets(presets), 0);
 
@@ -303,9 +297,9 @@ TEST_F(GetPresets, ForeignPresetsOfOneNameAreDeletedOneAfterTheOther) {
   PresetMap presets;
   Talk(kAskList, List({{"a", "Home"}, {"b", "Home"}}));
   Talk(kAskList, List({{"a", "Home"}, {"b", "Home"}}));
-  Talk(AskRemove("a"), Done());
+  Talk(AskRemove("a"), PresetDone());
   Talk(kAskList, List({{"b", "Home"}}));
-  Talk(AskRemove("b"), Done());
+  Talk(AskRemove("b"), PresetDone());
 
   EXPECT_EQ(m_driver->GetPresets(presets), 0);
   EXPECT_THAT(presets, IsEmpty());
@@ -315,7 +309,7 @@ TEST_F(GetPresets, FailingDeletionStopsTheListing) {
   PresetMap presets;
   Talk(kAskList, List({{"t1", "QARN1"}, {"h", "Home"}, {"t3", "QARN3"}, {"i", "Other"}}));
   Talk(kAskList, List({{"h", "Home"}}));
-  Talk(AskRemove("h"), Refused());
+  Talk(AskRemove("h"), NoSuchPreset());
 
   EXPECT_EQ(m_driver->GetPresets(presets), 1);
 

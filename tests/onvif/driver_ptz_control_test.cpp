@@ -20,32 +20,26 @@ std::string Zoom(const std::string& x) {
   return "<Zoom x=\"" + x + "\" xmlns=\"http://www.onvif.org/ver10/schema\"/>";
 }
 
-std::string Ask(const std::string& operation, const std::string& content) {
-  return "POST /onvif/ptz <" + operation +
-         " xmlns=\"http://www.onvif.org/ver20/ptz/wsdl\"><ProfileToken>Rec</ProfileToken>" + content + "</" +
-         operation + ">";
-}
-
 std::string AskContinuous(const std::string& velocity) {
-  return Ask("ContinuousMove", "<Velocity>" + velocity + "</Velocity>");
+  return AskLens("ContinuousMove", "<Velocity>" + velocity + "</Velocity>");
 }
 
 std::string AskRelative(const std::string& panTilt, const std::string& zoom) {
-  return Ask("RelativeMove",
-             "<Translation>" + panTilt + zoom + "</Translation><Speed>" + PanTilt("1", "1") + Zoom("1") + "</Speed>");
+  return AskLens("RelativeMove", "<Translation>" + panTilt + zoom + "</Translation><Speed>" + PanTilt("1", "1") +
+                                     Zoom("1") + "</Speed>");
 }
 
-const std::string kAskHome = Ask("GotoHomePosition", "<Speed>" + PanTilt("1", "1") + Zoom("1") + "</Speed>");
+const std::string kAskHome = AskLens("GotoHomePosition", "<Speed>" + PanTilt("1", "1") + Zoom("1") + "</Speed>");
 
 /// Range texts: pan, tilt and zoom, minimum and maximum each.
-using Range = std::vector<std::string>;
+using RangeTexts = std::vector<std::string>;
 
-const Range kUnitRange{"-1", "1", "-1", "1", "0", "1"};
-const Range kNoBounds{"-INF", "INF", "-INF", "INF", "-INF", "INF"};
+const RangeTexts kUnitRange{"-1", "1", "-1", "1", "0", "1"};
+const RangeTexts kNoBounds{"-INF", "INF", "-INF", "INF", "-INF", "INF"};
 
 /// The record of a camera with these axes ("pan", "tilt", "zoom", "home") and ranges. An empty range text is a missing
 /// one.
-CameraCap LensCap(const std::vector<std::string>& keys, const Range& range) {
+CameraCap LensCap(const std::vector<std::string>& keys, const RangeTexts& range) {
   CameraCap::MAP map = StoredCap().Map();
   for (const std::string& key : keys) map[key] = "continuous";
   const char* const names[] = {"ptz_xmin", "ptz_xmax", "ptz_ymin", "ptz_ymax", "ptz_zmin", "ptz_zmax"};
@@ -60,7 +54,7 @@ class Lens : public Driver {
     Driver::TearDown();
   }
 
-  std::unique_ptr<ONVIFAPI> DriverOf(const Range& range,
+  std::unique_ptr<ONVIFAPI> DriverOf(const RangeTexts& range,
                                      const std::vector<std::string>& keys = {"pan", "tilt", "zoom", "home"}) const {
     return MakeDriver(m_camera, "Rec,Live", LensCap(keys, range));
   }
@@ -88,7 +82,7 @@ const std::vector<Direction> kDirections{
     {35, {"0", "0", "-0.75"}, {"0", "0", "-4"}},
 };
 
-const Range kOddRange{"-1", "3", "-2", "0.5", "-4", "8"};
+const RangeTexts kOddRange{"-1", "3", "-2", "0.5", "-4", "8"};
 
 const Direction* FindDirection(int code) {
   for (const Direction& direction : kDirections) {
@@ -208,9 +202,9 @@ class StepOfRange : public Lens, public testing::WithParamInterface<StepRow> {};
 
 TEST_P(StepOfRange, IsTheSameRuleOnEachAxis) {
   const StepRow& row = GetParam();
-  const Range unit{"-1", "1", "-1", "1", "-1", "1"};
+  const RangeTexts unit{"-1", "1", "-1", "1", "-1", "1"};
   for (std::size_t axis = 0; axis < 3; ++axis) {
-    Range range = unit;
+    RangeTexts range = unit;
     range[2 * axis] = row.min;
     range[2 * axis + 1] = row.max;
     OVF_PTZ_MOVE_PARAM step{7, 7, 7};
@@ -394,8 +388,8 @@ class LensArithmetic : public Lens {
             sixtyFourths(m_random) / 64.0};
   }
 
-  static Range TextsOf(const std::vector<Bounds>& axes) {
-    Range range;
+  static RangeTexts TextsOf(const std::vector<Bounds>& axes) {
+    RangeTexts range;
     for (const Bounds& axis : axes) {
       range.push_back(axis.noMin ? "-INF" : DevicePackOwned::ftos(axis.min));
       range.push_back(axis.noMax ? "INF" : DevicePackOwned::ftos(axis.max));

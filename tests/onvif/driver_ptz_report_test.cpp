@@ -11,7 +11,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using Map = std::map<std::string, std::string>;
 
-std::string AskPtz(const std::string& operation) {
+std::string AskPtzList(const std::string& operation) {
   return "POST /onvif/ptz <" + operation + " xmlns=\"http://www.onvif.org/ver20/ptz/wsdl\" />";
 }
 
@@ -53,7 +53,7 @@ Reply Node(const std::string& presets, const std::string& home) {
                             "</tptz:PTZNode></tptz:GetNodesResponse>"));
 }
 
-std::string Presets(const std::string& number) {
+std::string MaxPresets(const std::string& number) {
   return "<tt:MaximumNumberOfPresets>" + number + "</tt:MaximumNumberOfPresets>";
 }
 
@@ -91,7 +91,7 @@ TEST_F(PtzReport, ContinuousDomeWithPresetsAndHome) {
   m_camera.Answer(
       Spaces(Space("ContinuousPanTiltVelocitySpace", Range("XRange", "-1", "1") + Range("YRange", "-1", "1")) +
              Space("ContinuousZoomVelocitySpace", Range("XRange", "0", "1"))));
-  m_camera.Answer(Node(Presets("16"), Home("true")));
+  m_camera.Answer(Node(MaxPresets("16"), Home("true")));
   Map caps;
 
   EXPECT_EQ(m_driver->GetPTZCap(caps), 0);
@@ -108,7 +108,7 @@ TEST_F(PtzReport, ContinuousDomeWithPresetsAndHome) {
                        {"zoom", "continuous"},
                        {"ptz_zmin", "0"},
                        {"ptz_zmax", "1"}}));
-  EXPECT_THAT(Asked(m_camera), ElementsAre(AskPtz("GetConfigurations"), AskSpaces("ptz0"), AskPtz("GetNodes")));
+  EXPECT_THAT(Asked(m_camera), ElementsAre(AskPtzList("GetConfigurations"), AskSpaces("ptz0"), AskPtzList("GetNodes")));
   EXPECT_THAT(LogLines(), IsEmpty());
 }
 
@@ -136,8 +136,8 @@ TEST_F(PtzReport, VelocitySpaceIsPreferredWithItsRanges) {
 TEST_F(PtzReport, ZoomOnlyCameraIsNotAskedForItsNode) {
   EXPECT_EQ(ReportOf(kZoomVelocity, {}), Plus({{"zoom", "continuous"}}, kZoomRange));
   EXPECT_EQ(ReportOf(kZoomSteps, {}), Plus({{"zoom", "step"}}, kZoomStepRange));
-  EXPECT_THAT(Asked(m_camera), ElementsAre(AskPtz("GetConfigurations"), AskSpaces("ptz0"), AskPtz("GetConfigurations"),
-                                           AskSpaces("ptz0")));
+  EXPECT_THAT(Asked(m_camera), ElementsAre(AskPtzList("GetConfigurations"), AskSpaces("ptz0"),
+                                           AskPtzList("GetConfigurations"), AskSpaces("ptz0")));
 }
 
 TEST_F(PtzReport, CameraWithoutSpacesAddsNothing) {
@@ -158,7 +158,7 @@ TEST_F(PtzReport, PluralNameOfTheConfigurationsIsUnderstood) {
 
   EXPECT_EQ(m_driver->GetPTZCap(caps), 0);
 
-  EXPECT_THAT(Asked(m_camera), ElementsAre(AskPtz("GetConfigurations"), AskSpaces("plural")));
+  EXPECT_THAT(Asked(m_camera), ElementsAre(AskPtzList("GetConfigurations"), AskSpaces("plural")));
 }
 
 struct BoundRow {
@@ -211,7 +211,7 @@ TEST_F(PtzReport, PresetsAreReportedAsWrittenWhenTheirNumberIsAboveZero) {
   for (const auto& [text, reported] : rows) {
     Map expected = kContinuous;
     if (reported) expected["preset"] = text;
-    EXPECT_EQ(ReportOf(kVelocity, {Node(Presets(text), "")}), expected) << '"' << text << '"';
+    EXPECT_EQ(ReportOf(kVelocity, {Node(MaxPresets(text), "")}), expected) << '"' << text << '"';
   }
   EXPECT_EQ(ReportOf(kVelocity, {Node("", Home("true"))}), Plus(kContinuous, {{"home", "yes"}})) << "no such element";
 }
@@ -224,7 +224,7 @@ TEST_F(PtzReport, HomeIsReportedForTheTextTrueAlone) {
 }
 
 TEST_F(PtzReport, KeysThatTheCallerHoldsKeepTheirValues) {
-  const Reply node = Node(Presets("16"), Home("true"));
+  const Reply node = Node(MaxPresets("16"), Home("true"));
   const Map all = ReportOf(kVelocity + kZoomVelocity, {node});
   ASSERT_EQ(all.size(), 12U);
   for (const auto& [key, reported] : all) {
@@ -245,7 +245,7 @@ TEST_P(PtzReportFailure, OfTheConfigurationsWritesNothing) {
   EXPECT_EQ(m_driver->GetPTZCap(caps), GetParam().serverCode);
 
   EXPECT_EQ(caps, (Map{{"pan", "before"}}));
-  EXPECT_THAT(Asked(m_camera), ElementsAre(AskPtz("GetConfigurations")));
+  EXPECT_THAT(Asked(m_camera), ElementsAre(AskPtzList("GetConfigurations")));
 }
 
 TEST_P(PtzReportFailure, OfTheSpacesWritesNothing) {
@@ -256,7 +256,7 @@ TEST_P(PtzReportFailure, OfTheSpacesWritesNothing) {
   EXPECT_EQ(m_driver->GetPTZCap(caps), GetParam().serverCode);
 
   EXPECT_THAT(caps, IsEmpty());
-  EXPECT_THAT(Asked(m_camera), ElementsAre(AskPtz("GetConfigurations"), AskSpaces("ptz0")));
+  EXPECT_THAT(Asked(m_camera), ElementsAre(AskPtzList("GetConfigurations"), AskSpaces("ptz0")));
 }
 
 TEST_P(PtzReportFailure, OfTheNodeKeepsThePanTiltKeysAndLeavesOutTheZoom) {
@@ -268,7 +268,7 @@ TEST_P(PtzReportFailure, OfTheNodeKeepsThePanTiltKeysAndLeavesOutTheZoom) {
   EXPECT_EQ(m_driver->GetPTZCap(caps), GetParam().serverCode);
 
   EXPECT_EQ(caps, kContinuous);
-  EXPECT_THAT(Asked(m_camera), ElementsAre(AskPtz("GetConfigurations"), AskSpaces("ptz0"), AskPtz("GetNodes")));
+  EXPECT_THAT(Asked(m_camera), ElementsAre(AskPtzList("GetConfigurations"), AskSpaces("ptz0"), AskPtzList("GetNodes")));
   EXPECT_THAT(DriverLogTexts(), IsEmpty());
 }
 

@@ -9,10 +9,6 @@ namespace {
 
 constexpr std::size_t kTimeStampLength = 16;  // "Jan  1 00:00:00 "
 
-std::string Element(std::string_view name, std::string_view content) {
-  return "<" + std::string(name) + ">" + std::string(content) + "</" + std::string(name) + ">";
-}
-
 std::string ElementIf(std::string_view name, std::string_view content) {
   return content.empty() ? std::string() : Element(name, content);
 }

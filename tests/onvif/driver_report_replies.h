@@ -54,6 +54,9 @@ struct Entries {
 
 Reply EntriesReply(const Entries& entries);
 
+/// The codecs as the camera calls them, from the lowest of the server's numbers to the highest.
+inline constexpr const char* kCodecs[] = {"JPEG", "MPEG4", "H264"};
+
 /// What an options answer says of one codec. An empty text of a bound leaves its element out.
 struct CodecOffer {
   std::string codec;

@@ -21,17 +21,8 @@ std::string AskEntries(const std::string& path) {
          "</GetCapabilities>";
 }
 
-std::string AskPtz(const std::string& path, const std::string& version = "20") {
+std::string AskPtzConfigurations(const std::string& path, const std::string& version = "20") {
   return "POST " + path + " <GetConfigurations xmlns=\"http://www.onvif.org/ver" + version + "/ptz/wsdl\" />";
-}
-
-std::string AskStream(const std::string& token, const std::string& path) {
-  return AskMediaWith("GetStreamUri",
-                      "<StreamSetup><Stream xmlns=\"http://www.onvif.org/ver10/schema\">RTP-Unicast</Stream>"
-                      "<Transport xmlns=\"http://www.onvif.org/ver10/schema\"><Protocol>RTSP</Protocol></Transport>"
-                      "</StreamSetup><ProfileToken>" +
-                          token + "</ProfileToken>",
-                      path);
 }
 
 const Map kEntryKeys{{"device_entry", "/dev"},
@@ -142,7 +133,7 @@ TEST_F(Report, WholeConversation) {
                           AskMedia("GetVideoSourceConfigurations", media), AskInstances("vs", media),
                           AskMedia("GetAudioEncoderConfigurationOptions", media),
                           AskDevice("GetDeviceInformation", "/onvif/device_service"),
-                          AskDevice("GetNetworkInterfaces", "/onvif/device_service"), AskPtz("/ptz"),
+                          AskDevice("GetNetworkInterfaces", "/onvif/device_service"), AskPtzConfigurations("/ptz"),
                           "POST /ptz <GetConfigurationOptions xmlns=\"http://www.onvif.org/ver20/ptz/wsdl\">"
                           "<ConfigurationToken>z</ConfigurationToken></GetConfigurationOptions>",
                           "POST /ptz <GetNodes xmlns=\"http://www.onvif.org/ver20/ptz/wsdl\" />"));
@@ -216,7 +207,7 @@ TEST_F(Report, NextDriverObjectUsesTheReportAsItsRecord) {
 
   const std::vector<std::string> asked = Asked(m_camera);
   EXPECT_THAT(std::vector(asked.begin() + static_cast<std::ptrdiff_t>(before), asked.end()),
-              ElementsAre(AskEntries("/dev"), AskMedia("GetProfiles", "/med?x=1"), AskPtz("/ptz")));
+              ElementsAre(AskEntries("/dev"), AskMedia("GetProfiles", "/med?x=1"), AskPtzConfigurations("/ptz")));
 }
 
 TEST_F(Report, FirstOfThreeProfilesIsTheChannelAndAllAreListed) {
@@ -245,7 +236,7 @@ TEST_F(Report, FirstProfileReplacesThePairTextButNotTheTokensSplitFromIt) {
   EXPECT_EQ(m_driver->GetLivePathPort(path, port), 0);
   const std::vector<std::string> asked = Asked(m_camera);
   EXPECT_THAT(std::vector(asked.end() - 2, asked.end()),
-              ElementsAre(AskStream("Rec", "/med?x=1"), AskStream("Live", "/med?x=1")));
+              ElementsAre(AskStreamUri("Rec", "/med?x=1"), AskStreamUri("Live", "/med?x=1")));
 }
 
 TEST_F(Report, CameraWithoutProfilesHasNoVideoAndAudioKeysAndIsReportedToTheEnd) {
@@ -402,7 +393,7 @@ TEST_F(Report, PtzNamespaceFollowsTheReportedVersion) {
     EXPECT_EQ(driver->GetEntries(caps), 0);
     EXPECT_EQ(driver->GetPTZCap(caps), 6);
     expected.push_back(AskEntries("/onvif/device"));
-    expected.push_back(AskPtz("/ptz", ptzNamespace));
+    expected.push_back(AskPtzConfigurations("/ptz", ptzNamespace));
   }
   EXPECT_EQ(Asked(m_camera), expected);
 }
@@ -439,7 +430,7 @@ TEST_P(ReportFailure, OfTheEntriesLeavesMapAndServicesAsTheyWere) {
   EXPECT_EQ(m_driver->GetMediaCap(caps), 6);
   EXPECT_EQ(m_driver->GetPTZCap(caps), 6);
   EXPECT_THAT(Asked(m_camera), ElementsAre(AskEntries("/onvif/device"), AskEntries("/onvif/device"),
-                                           AskMedia("GetProfiles"), AskPtz("/onvif/ptz")));
+                                           AskMedia("GetProfiles"), AskPtzConfigurations("/onvif/ptz")));
 }
 
 TEST_P(ReportFailure, OfTheProfilesKeepsTheEntries) {

@@ -49,7 +49,7 @@ TEST_F(ShotPath, AnswerWithoutAddressIsAFailureThatTouchesNothing) {
   EXPECT_THAT(LogLines(), IsEmpty());
 }
 
-struct Address {
+struct SnapshotUriRow {
   const char* name;
   const char* uri;
   const char* path;
@@ -58,11 +58,11 @@ struct Address {
 
 constexpr int kOwnPort = -1000;
 
-void PrintTo(const Address& address, std::ostream* out) {
+void PrintTo(const SnapshotUriRow& address, std::ostream* out) {
   *out << '"' << address.uri << '"';
 }
 
-class ShotAddress : public ShotPath, public testing::WithParamInterface<Address> {};
+class ShotAddress : public ShotPath, public testing::WithParamInterface<SnapshotUriRow> {};
 
 TEST_P(ShotAddress, IsCutIntoPathAndPort) {
   m_camera.Answer(SnapshotUri("<tt:Uri>" + std::string(GetParam().uri) + "</tt:Uri>"));
@@ -76,18 +76,20 @@ TEST_P(ShotAddress, IsCutIntoPathAndPort) {
 
 INSTANTIATE_TEST_SUITE_P(
     Table, ShotAddress,
-    testing::Values(Address{"NoPortIsTheDriversAndNot80", "http://10.0.0.2/snap.jpg", "/snap.jpg", kOwnPort},
-                    Address{"HttpsToo", "https://10.0.0.2/snap.jpg", "/snap.jpg", kOwnPort},
-                    Address{"Port80", "http://10.0.0.2:80/snap.jpg", "/snap.jpg", 80},
-                    Address{"UserInfo", "http://u:p@10.0.0.2:8080/s", "/s", 8080},
-                    Address{"UserInfoWithoutPort", "http://u:p@10.0.0.2/s", "/s", kOwnPort},
-                    Address{"EmptyPort", "http://h:/s", "/s", kOwnPort}, Address{"HostAlone", "http://h", "", kOwnPort},
-                    Address{"NoScheme", "/snap.jpg", "kept", kOwnPort}, Address{"Empty", "", "kept", kOwnPort},
-                    Address{"PortWithoutDigits", "http://h:x/s", "/s", 0},
-                    Address{"PortAboveSixteenBits", "http://h:99999/s", "/s", 99999},
-                    Address{"PortAboveThirtyTwoBits", "http://h:4294967376/s", "/s", 2147483647},
-                    Address{"ColonInThePath", "http://h/a:7", "/a:7", 7}),
-    NameOfRow<Address>);
+    testing::Values(SnapshotUriRow{"NoPortIsTheDriversAndNot80", "http://10.0.0.2/snap.jpg", "/snap.jpg", kOwnPort},
+                    SnapshotUriRow{"HttpsToo", "https://10.0.0.2/snap.jpg", "/snap.jpg", kOwnPort},
+                    SnapshotUriRow{"Port80", "http://10.0.0.2:80/snap.jpg", "/snap.jpg", 80},
+                    SnapshotUriRow{"UserInfo", "http://u:p@10.0.0.2:8080/s", "/s", 8080},
+                    SnapshotUriRow{"UserInfoWithoutPort", "http://u:p@10.0.0.2/s", "/s", kOwnPort},
+                    SnapshotUriRow{"EmptyPort", "http://h:/s", "/s", kOwnPort},
+                    SnapshotUriRow{"HostAlone", "http://h", "", kOwnPort},
+                    SnapshotUriRow{"NoScheme", "/snap.jpg", "kept", kOwnPort},
+                    SnapshotUriRow{"Empty", "", "kept", kOwnPort},
+                    SnapshotUriRow{"PortWithoutDigits", "http://h:x/s", "/s", 0},
+                    SnapshotUriRow{"PortAboveSixteenBits", "http://h:99999/s", "/s", 99999},
+                    SnapshotUriRow{"PortAboveThirtyTwoBits", "http://h:4294967376/s", "/s", 2147483647},
+                    SnapshotUriRow{"ColonInThePath", "http://h/a:7", "/a:7", 7}),
+    NameOfRow<SnapshotUriRow>);
 
 class ShotPathFailure : public ShotPath, public testing::WithParamInterface<RequestFailure> {};
 

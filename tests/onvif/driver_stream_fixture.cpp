@@ -14,10 +14,6 @@ std::string MediaWithoutContent(const std::string& operation) {
   return "POST /onvif/media <" + operation + kMediaNs + " />";
 }
 
-std::string Element(const std::string& name, const std::string& content) {
-  return "<" + name + ">" + content + "</" + name + ">";
-}
-
 std::string SchemaElement(const std::string& name, const std::string& content) {
   return "<" + name + kSchemaNs + ">" + content + "</" + name + ">";
 }
@@ -52,12 +48,6 @@ std::string ProfileXml(const std::string& element, const MediaProfile& profile) 
   if (!profile.encoder.empty()) xml += ListOf("tt:VideoEncoderConfiguration", {profile.encoder}, EncoderXml(profile));
   if (!profile.ptz.empty()) xml += ListOf("tt:PTZConfiguration", {profile.ptz}, "");
   return xml + "</" + element + ">";
-}
-
-std::string AskStreamUri(const std::string& token) {
-  return Media("GetStreamUri", Element("StreamSetup", SchemaElement("Stream", "RTP-Unicast") +
-                                                          SchemaElement("Transport", Element("Protocol", "RTSP"))) +
-                                   Element("ProfileToken", token));
 }
 
 }  // namespace

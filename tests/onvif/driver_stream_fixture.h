@@ -23,6 +23,16 @@ struct MediaProfile {
 /// A request for H264 in the only stream mode, both streams alike: 1280x720, 25 frames a second, quality kept.
 STM_PROFILE StreamRequest();
 
+/// "Rec" as `StreamRequest` asks for.
+inline const MediaProfile kRec{"Rec"};
+
+/// What differs in one field.
+template <typename Record>
+Record With(Record record, std::string Record::*field, const std::string& text) {
+  record.*field = text;
+  return record;
+}
+
 // What the driver asks, as `Asked` tells it.
 extern const std::string kAskProfiles;
 extern const std::string kAskEncoders;

@@ -21,9 +21,9 @@ void PrintTo(const Exit& exit, std::ostream* out) {
 }
 
 // "Rec" streams MPEG4, the request is H264 at 640x480.
-const MediaProfile kRec{"Rec", "EncA", "MPEG4"};
+const MediaProfile kOtherCodec{"Rec", "EncA", "MPEG4"};
 const MediaProfile kOther{"Other", "EncO", "JPEG"};
-const MediaProfile kWhole{"Whole", "EncB", "H264", "640", "480"};
+const MediaProfile kAllSet{"Whole", "EncB", "H264", "640", "480"};
 const MediaProfile kCodecOnly{"Codec", "EncC", "H264", "320", "240"};
 const MediaProfile kJpeg{"Jpeg", "EncB", "JPEG"};
 
@@ -37,22 +37,22 @@ std::vector<Exit> Exits() {
   return {
       {"OtherProfileCannotBeRead", {{AskProfile("Other"), Refused()}}, "Rec"},
       {"ProfilesCannotBeListed", {other, {kAskProfiles, Refused()}}, "Rec"},
-      {"WholeMatchCannotBeRead", {other, profiles({kWhole}), {AskProfile("Whole"), Refused()}}, "Whole"},
+      {"WholeMatchCannotBeRead", {other, profiles({kAllSet}), {AskProfile("Whole"), Refused()}}, "Whole"},
       {"EncoderCannotBeBound",
-       {other, profiles({kRec}), encoders, offered, {AskBind("VideoEncoder", "Rec", "EncB"), Refused()}},
+       {other, profiles({kOtherCodec}), encoders, offered, {AskBind("VideoEncoder", "Rec", "EncB"), Refused()}},
        "Rec"},
       {"ProfileCannotBeReadBehindTheBinding",
        {other,
-        profiles({kRec}),
+        profiles({kOtherCodec}),
         encoders,
         offered,
         {AskBind("VideoEncoder", "Rec", "EncB"), Done()},
         {AskProfile("Rec"), Refused()}},
        "Rec"},
       {"ProfileOfTheEncoderCannotBeRead",
-       {other, profiles({kRec, kJpeg}), encoders, offered, {AskProfile("Jpeg"), Refused()}},
+       {other, profiles({kOtherCodec, kJpeg}), encoders, offered, {AskProfile("Jpeg"), Refused()}},
        "Jpeg"},
-      {"NothingCarriesTheCodec", {other, profiles({kRec}), {kAskEncoders, Refused()}}, "Rec"},
+      {"NothingCarriesTheCodec", {other, profiles({kOtherCodec}), {kAskEncoders, Refused()}}, "Rec"},
       {"CodecOnlyMatchCannotBeRead",
        {other, profiles({kCodecOnly}), {kAskEncoders, Refused()}, {AskProfile("Codec"), Refused()}},
        "Codec"},
@@ -93,7 +93,7 @@ class StreamHeldResult : public Stream, public testing::WithParamInterface<Exit>
 };
 
 TEST_P(StreamHeldResult, Is1ForAProfileThatHadAVideoSource) {
-  Talk(AskProfile("Rec"), OneProfile(kRec));
+  Talk(AskProfile("Rec"), OneProfile(kOtherCodec));
   TalkUntilTheExit();
 
   EXPECT_EQ(Set(), 1);
@@ -103,7 +103,7 @@ TEST_P(StreamHeldResult, Is1ForAProfileThatHadAVideoSource) {
 }
 
 TEST_P(StreamHeldResult, Is0WhenTheVideoSourceHadToBeBoundSoThatAFailureIsASuccess) {
-  Talk(AskProfile("Rec"), OneProfile(WithoutSource(kRec)));
+  Talk(AskProfile("Rec"), OneProfile(WithoutSource(kOtherCodec)));
   TalkBoundSource();
   TalkUntilTheExit();
 
@@ -119,10 +119,10 @@ INSTANTIATE_TEST_SUITE_P(Exits, StreamHeldResult, testing::ValuesIn(Exits()), Na
 TEST_F(StreamHeldResult, IsNotYetThereWhenTheProfileOrItsSourceFails) {
   Talk(AskProfile("Rec"), Refused());
   EXPECT_EQ(Set(), 1);
-  Talk(AskProfile("Rec"), OneProfile(WithoutSource(kRec)));
+  Talk(AskProfile("Rec"), OneProfile(WithoutSource(kOtherCodec)));
   Talk(kAskSources, Sources({}));
   EXPECT_EQ(Set(), 1);
-  Talk(AskProfile("Rec"), OneProfile(WithoutSource(kRec)));
+  Talk(AskProfile("Rec"), OneProfile(WithoutSource(kOtherCodec)));
   Talk(kAskSources, Sources({"Src"}));
   Talk(AskBind("VideoSource", "Rec", "Src"), Refused());
   EXPECT_EQ(Set(), 1);

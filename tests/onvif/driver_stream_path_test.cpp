@@ -11,14 +11,6 @@ using testing::IsEmpty;
 constexpr char kGetProtocols[] =
     "POST /onvif/device <GetNetworkProtocols xmlns=\"http://www.onvif.org/ver10/device/wsdl\" />";
 
-std::string GetStreamUri(const std::string& token) {
-  return "POST /onvif/media <GetStreamUri xmlns=\"http://www.onvif.org/ver10/media/wsdl\"><StreamSetup>"
-         "<Stream xmlns=\"http://www.onvif.org/ver10/schema\">RTP-Unicast</Stream>"
-         "<Transport xmlns=\"http://www.onvif.org/ver10/schema\"><Protocol>RTSP</Protocol></Transport></StreamSetup>"
-         "<ProfileToken>" +
-         token + "</ProfileToken></GetStreamUri>";
-}
-
 Reply StreamUri(const std::string& uri) {
   return Reply::Ok(Envelope("<trt:GetStreamUriResponse><trt:MediaUri><tt:Uri>" + uri +
                             "</tt:Uri><tt:InvalidAfterConnect>false</tt:InvalidAfterConnect></trt:MediaUri>"
@@ -56,7 +48,7 @@ class StreamPath : public Driver, public testing::WithParamInterface<Operation> 
   int Call() { return Call(*MakeDriver(m_camera)); }
   int Call(ONVIFAPI& driver) { return (driver.*GetParam().call)(m_path, m_port); }
 
-  std::string Question() const { return GetStreamUri(GetParam().token); }
+  std::string Question() const { return AskStreamUri(GetParam().token); }
 
   // The driver's own log line for the failed try `number`.
   std::string Retry(int result, int number) const {
@@ -209,18 +201,18 @@ TEST_P(StreamPath, EachCallCountsItsTriesAnew) {
 INSTANTIATE_TEST_SUITE_P(Both, StreamPath, testing::ValuesIn(kOperations), NameOfRow<Operation>);
 
 /// An address as the camera writes it (in XML), and what the server must get.
-struct Address {
+struct StreamUriRow {
   const char* name;
   const char* uri;
   const char* path;
   int port;  // 7070 comes from the network protocols
 };
 
-void PrintTo(const Address& address, std::ostream* out) {
+void PrintTo(const StreamUriRow& address, std::ostream* out) {
   *out << '"' << address.uri << '"';
 }
 
-class StreamAddress : public Driver, public testing::WithParamInterface<Address> {};
+class StreamAddress : public Driver, public testing::WithParamInterface<StreamUriRow> {};
 
 TEST_P(StreamAddress, IsCutIntoPathAndPort) {
   constexpr int fromProtocols = 7070;
@@ -239,33 +231,36 @@ TEST_P(StreamAddress, IsCutIntoPathAndPort) {
 
 INSTANTIATE_TEST_SUITE_P(
     Table, StreamAddress,
-    testing::Values(
-        Address{"PathAndQuery", "rtsp://h:554/a/b?x=1&amp;y=2", "/a/b?x=1&y=2", 554},
-        Address{"UserInfo", "rtsp://user:pw@10.0.0.5:554/stream1?x=1", "/stream1?x=1", 554},
-        Address{"UserInfoWithoutPort", "rtsp://user:pw@10.0.0.5/stream1", "/stream1", 7070},
-        Address{"PortWithoutPath", "rtsp://h:8554", "", 8554}, Address{"HostAlone", "rtsp://h", "", 7070},
-        Address{"EmptyPort", "rtsp://h:/live", "/live", 7070}, Address{"RootPath", "rtsp://h:8554/", "/", 8554},
-        Address{"SecondSchemeInTheQuery", "rtsp://h:1/p?u=http://x", "/p?u=http://x", 1},
-        Address{"NoScheme", "/live.sdp", "kept", 7070},
-        Address{"NoSchemeWithPort", "10.0.0.2:8554/live.sdp", "kept", 7070}, Address{"Empty", "", "kept", 7070},
-        Address{"SchemeAlone", "rtsp://", "", 7070}, Address{"AtInThePath", "rtsp://h:8554/a@b", "", 7070},
-        Address{"AtInThePathAndColonBehind", "rtsp://h/a@b:9/c", "/c", 9},
-        Address{"ColonInThePath", "rtsp://h/a:b", "/a:b", 0},
-        Address{"ColonAndNumberInThePath", "rtsp://h/a:99/b", "/a:99/b", 99},
-        Address{"Ipv6Literal", "rtsp://[fe80::1]:8554/p", "/p", 0},
-        Address{"PortWithoutDigits", "rtsp://h:rtsp/p", "/p", 0},
-        Address{"PortWithLettersBehind", "rtsp://h:554x/p", "/p", 554},
-        Address{"PortWithSign", "rtsp://h:+554/p", "/p", 554}, Address{"NegativePort", "rtsp://h:-1/p", "/p", -1},
-        Address{"PortWithBlank", "rtsp://h: 554/p", "/p", 554},
-        Address{"PortWithLeadingZeros", "rtsp://h:00554/p", "/p", 554},
-        Address{"PortInHex", "rtsp://h:0x22/p", "/p", 0},
-        Address{"PortAboveSixteenBits", "rtsp://h:65536/p", "/p", 65536},
-        Address{"PortAboveThirtyTwoBits", "rtsp://h:4294967850/p", "/p", 2147483647},
-        Address{"PortAboveSixtyFourBits", "rtsp://h:99999999999999999999/p", "/p", 2147483647},
-        Address{"PortBelowThirtyTwoBits", "rtsp://h:-4294967850/p", "/p", -2147483647 - 1},
-        Address{"BlanksAround", "\n rtsp://h:554/p \n", "/p \n", 554},
-        Address{"BytesOutsideAscii", "rtsp://h:554/\xc3\xa4&lt;&quot;", "/\xc3\xa4<\"", 554}),
-    NameOfRow<Address>);
+    testing::Values(StreamUriRow{"PathAndQuery", "rtsp://h:554/a/b?x=1&amp;y=2", "/a/b?x=1&y=2", 554},
+                    StreamUriRow{"UserInfo", "rtsp://user:pw@10.0.0.5:554/stream1?x=1", "/stream1?x=1", 554},
+                    StreamUriRow{"UserInfoWithoutPort", "rtsp://user:pw@10.0.0.5/stream1", "/stream1", 7070},
+                    StreamUriRow{"PortWithoutPath", "rtsp://h:8554", "", 8554},
+                    StreamUriRow{"HostAlone", "rtsp://h", "", 7070},
+                    StreamUriRow{"EmptyPort", "rtsp://h:/live", "/live", 7070},
+                    StreamUriRow{"RootPath", "rtsp://h:8554/", "/", 8554},
+                    StreamUriRow{"SecondSchemeInTheQuery", "rtsp://h:1/p?u=http://x", "/p?u=http://x", 1},
+                    StreamUriRow{"NoScheme", "/live.sdp", "kept", 7070},
+                    StreamUriRow{"NoSchemeWithPort", "10.0.0.2:8554/live.sdp", "kept", 7070},
+                    StreamUriRow{"Empty", "", "kept", 7070}, StreamUriRow{"SchemeAlone", "rtsp://", "", 7070},
+                    StreamUriRow{"AtInThePath", "rtsp://h:8554/a@b", "", 7070},
+                    StreamUriRow{"AtInThePathAndColonBehind", "rtsp://h/a@b:9/c", "/c", 9},
+                    StreamUriRow{"ColonInThePath", "rtsp://h/a:b", "/a:b", 0},
+                    StreamUriRow{"ColonAndNumberInThePath", "rtsp://h/a:99/b", "/a:99/b", 99},
+                    StreamUriRow{"Ipv6Literal", "rtsp://[fe80::1]:8554/p", "/p", 0},
+                    StreamUriRow{"PortWithoutDigits", "rtsp://h:rtsp/p", "/p", 0},
+                    StreamUriRow{"PortWithLettersBehind", "rtsp://h:554x/p", "/p", 554},
+                    StreamUriRow{"PortWithSign", "rtsp://h:+554/p", "/p", 554},
+                    StreamUriRow{"NegativePort", "rtsp://h:-1/p", "/p", -1},
+                    StreamUriRow{"PortWithBlank", "rtsp://h: 554/p", "/p", 554},
+                    StreamUriRow{"PortWithLeadingZeros", "rtsp://h:00554/p", "/p", 554},
+                    StreamUriRow{"PortInHex", "rtsp://h:0x22/p", "/p", 0},
+                    StreamUriRow{"PortAboveSixteenBits", "rtsp://h:65536/p", "/p", 65536},
+                    StreamUriRow{"PortAboveThirtyTwoBits", "rtsp://h:4294967850/p", "/p", 2147483647},
+                    StreamUriRow{"PortAboveSixtyFourBits", "rtsp://h:99999999999999999999/p", "/p", 2147483647},
+                    StreamUriRow{"PortBelowThirtyTwoBits", "rtsp://h:-4294967850/p", "/p", -2147483647 - 1},
+                    StreamUriRow{"BlanksAround", "\n rtsp://h:554/p \n", "/p \n", 554},
+                    StreamUriRow{"BytesOutsideAscii", "rtsp://h:554/\xc3\xa4&lt;&quot;", "/\xc3\xa4<\"", 554}),
+    NameOfRow<StreamUriRow>);
 
 TEST_F(StreamAddress, HugePathComesWhole) {
   const std::string longPath = "/" + std::string(500000, 'p');

@@ -10,25 +10,12 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// "Rec" as `StreamRequest` asks for, and profiles that differ from it in one field.
-const MediaProfile kRec{"Rec"};
-
 MediaProfile LiveProfile() {
   MediaProfile live{"Live"};
   live.encoder = "EncB";
   live.width = "640";
   live.height = "360";
   return live;
-}
-
-MediaProfile With(MediaProfile profile, std::string MediaProfile::*field, const std::string& text) {
-  profile.*field = text;
-  return profile;
-}
-
-STM_PROFILE With(STM_PROFILE request, std::string STM_PROFILE::*field, const std::string& text) {
-  request.*field = text;
-  return request;
 }
 
 // A request whose live stream is what `LiveProfile` delivers.

@@ -8,18 +8,6 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const MediaProfile kRec{"Rec"};
-
-MediaProfile With(MediaProfile profile, std::string MediaProfile::*field, const std::string& text) {
-  profile.*field = text;
-  return profile;
-}
-
-STM_PROFILE With(STM_PROFILE request, std::string STM_PROFILE::*field, const std::string& text) {
-  request.*field = text;
-  return request;
-}
-
 using StreamRate = Stream;
 
 TEST_F(StreamRate, IsSetWhenItsTextDiffers) {

@@ -56,35 +56,35 @@ class Independence : public Driver {
 
 const Reply kPlenty = InstancesReply("4", "4", "4");
 
-const CodecOffer kWhole{"H264", {"640x480", "1280x720"}, "1", "30"};
+const CodecOffer kOffer{"H264", {"640x480", "1280x720"}, "1", "30"};
 
 TEST_F(Independence, TwoConfigurationsLikeTheReportMakeACodecIndependent) {
-  EXPECT_EQ(Reported({{kWhole}, {kWhole}}, kPlenty), "h264");
+  EXPECT_EQ(Reported({{kOffer}, {kOffer}}, kPlenty), "h264");
 }
 
 TEST_F(Independence, OneConfigurationIsNotEnough) {
-  EXPECT_EQ(Reported({{kWhole}}, kPlenty), "none");
+  EXPECT_EQ(Reported({{kOffer}}, kPlenty), "none");
 }
 
 TEST_F(Independence, ConfigurationWithFewerFrameRatesDoesNotCount) {
-  const CodecOffer slower{"H264", kWhole.sizes, "1", "25"};
-  EXPECT_EQ(Reported({{slower}, {kWhole}}, kPlenty), "none") << "only the second counts";
-  EXPECT_EQ(Reported({{slower}, {kWhole}, {kWhole}}, kPlenty), "h264") << "but two others do";
+  const CodecOffer slower{"H264", kOffer.sizes, "1", "25"};
+  EXPECT_EQ(Reported({{slower}, {kOffer}}, kPlenty), "none") << "only the second counts";
+  EXPECT_EQ(Reported({{slower}, {kOffer}, {kOffer}}, kPlenty), "h264") << "but two others do";
 }
 
 TEST_F(Independence, ConfigurationWithFewerSizesDoesNotCount) {
   const CodecOffer smaller{"H264", {"640x480"}, "1", "30"};
-  EXPECT_EQ(Reported({{kWhole}, {smaller}}, kPlenty), "none");
-  EXPECT_EQ(Reported({{smaller}, {kWhole}, {kWhole}}, kPlenty), "h264");
+  EXPECT_EQ(Reported({{kOffer}, {smaller}}, kPlenty), "none");
+  EXPECT_EQ(Reported({{smaller}, {kOffer}, {kOffer}}, kPlenty), "h264");
 }
 
 TEST_F(Independence, ConfigurationWithoutTheCodecDoesNotCount) {
-  EXPECT_EQ(Reported({{kWhole}, {{"JPEG", {"1x1"}, "1", "2"}}}, kPlenty), "none");
+  EXPECT_EQ(Reported({{kOffer}, {{"JPEG", {"1x1"}, "1", "2"}}}, kPlenty), "none");
 }
 
 TEST_F(Independence, OrderInWhichTheCameraListsItsSizesMakesNoDifference) {
   const CodecOffer reversed{"H264", {"1280x720", "640x480", "1280x720"}, "1", "30"};
-  EXPECT_EQ(Reported({{kWhole}, {reversed}}, kPlenty), "h264");
+  EXPECT_EQ(Reported({{kOffer}, {reversed}}, kPlenty), "h264");
 }
 
 TEST_F(Independence, CodecsAreJoinedInAscendingOrderOfTheServersNames) {

@@ -14,8 +14,6 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const char* const kCodecs[] = {"JPEG", "MPEG4", "H264"};
-
 class CodecUnion : public Driver {
  protected:
   // Merges what the camera answers for as many configurations, and what must have been asked.

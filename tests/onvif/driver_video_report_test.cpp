@@ -17,7 +17,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using Map = std::map<std::string, std::string>;
 
-const char* const kCodecs[] = {"JPEG", "MPEG4", "H264"};
 const char* const kNames[] = {"mjpeg", "mpeg4", "h264"};
 
 // The numbers from `first` to `last` with "," between them.

@@ -49,7 +49,7 @@ std::string Texts(const OVF_MED_VDO_CODEC& codec) {
          codec.strFpsMax + "|" + codec.strGovMin + "|" + codec.strGovMax;
 }
 
-const std::string kSize =
+const std::string kOneSize =
     "<tt:ResolutionsAvailable><tt:Width>4</tt:Width><tt:Height>3</tt:Height>"
     "</tt:ResolutionsAvailable>";
 
@@ -103,7 +103,8 @@ TEST_F(VideoOptions, OddTokenIsSentUnescaped) {
 }
 
 TEST_F(VideoOptions, CodecThatIsNotDescribedIsLeftOut) {
-  EXPECT_EQ(AskFor("<tt:JPEG>" + kSize + "</tt:JPEG><tt:H264>" + kSize + "</tt:H264><tt:H265>" + kSize + "</tt:H265>"),
+  EXPECT_EQ(AskFor("<tt:JPEG>" + kOneSize + "</tt:JPEG><tt:H264>" + kOneSize + "</tt:H264><tt:H265>" + kOneSize +
+                   "</tt:H265>"),
             RET_ONVIF_OK);
   EXPECT_EQ(Codecs(), "JPEG||4x3|1|30||; H264||4x3|1|30||");
 }
@@ -132,7 +133,7 @@ TEST_F(VideoOptions, QualityOutsideTheOptionsDoesNotCount) {
 
 TEST_F(VideoOptions, CodecListIsAddedTo) {
   m_options.lstCodec.push_back({"here before", "", {}, "", "", "", ""});
-  m_camera.Answer(Reply::Ok(Envelope("<tt:JPEG>" + kSize + "</tt:JPEG>")));
+  m_camera.Answer(Reply::Ok(Envelope("<tt:JPEG>" + kOneSize + "</tt:JPEG>")));
   EXPECT_EQ(m_service.GetVideoEncoderConfigurationOptions("ve", m_options), RET_ONVIF_OK);
   EXPECT_EQ(Codecs(), "here before||||||; JPEG||4x3|1|30||");
 }
@@ -168,14 +169,14 @@ TEST_F(VideoOptions, FrameRatesFollowTheirRulesAndAMaximumAbove30MakesTheMinimum
   for (const char* codec : {"JPEG", "MPEG4", "H264"}) {
     for (const FrameRateCase& rate : cases) {
       const std::string element = std::string("tt:") + codec;
-      EXPECT_EQ(AskFor("<" + element + ">" + kSize + rate.range + "</" + element + ">"), RET_ONVIF_OK);
+      EXPECT_EQ(AskFor("<" + element + ">" + kOneSize + rate.range + "</" + element + ">"), RET_ONVIF_OK);
       EXPECT_EQ(Codecs(), std::string(codec) + "||4x3|" + rate.min + "|" + rate.max + "||") << rate.range;
     }
   }
 }
 
 TEST_F(VideoOptions, JpegHasNoGopLengthAndNoProfiles) {
-  EXPECT_EQ(AskFor("<tt:JPEG>" + kSize + Range("GovLengthRange", "1", "9") +
+  EXPECT_EQ(AskFor("<tt:JPEG>" + kOneSize + Range("GovLengthRange", "1", "9") +
                    "<tt:H264ProfilesSupported>Main</tt:H264ProfilesSupported></tt:JPEG>"),
             RET_ONVIF_OK);
   EXPECT_EQ(Codecs(), "JPEG||4x3|1|30||");
@@ -193,29 +194,29 @@ TEST_F(VideoOptions, FirstMatchInTheWholeAnswerWinsAndSizesOfAllPlacesAreCollect
 }
 
 TEST_F(VideoOptions, ProfilesOfTheOtherCodecDoNotCount) {
-  EXPECT_EQ(AskFor("<tt:MPEG4>" + kSize + "<tt:H264ProfilesSupported>Main</tt:H264ProfilesSupported></tt:MPEG4>" +
-                   "<tt:H264>" + kSize + "<tt:Mpeg4ProfilesSupported>SP</tt:Mpeg4ProfilesSupported></tt:H264>"),
+  EXPECT_EQ(AskFor("<tt:MPEG4>" + kOneSize + "<tt:H264ProfilesSupported>Main</tt:H264ProfilesSupported></tt:MPEG4>" +
+                   "<tt:H264>" + kOneSize + "<tt:Mpeg4ProfilesSupported>SP</tt:Mpeg4ProfilesSupported></tt:H264>"),
             RET_ONVIF_OK);
   EXPECT_EQ(Codecs(), "MPEG4||4x3|1|30||; H264||4x3|1|30||");
 }
 
 TEST_F(VideoOptions, CodecOutsideTheOptionsCountsToo) {
-  m_camera.Answer(Reply::Ok(Envelope("<tt:MPEG4>" + kSize + "</tt:MPEG4>")));
+  m_camera.Answer(Reply::Ok(Envelope("<tt:MPEG4>" + kOneSize + "</tt:MPEG4>")));
   EXPECT_EQ(m_service.GetVideoEncoderConfigurationOptions("ve", m_options), RET_ONVIF_OK);
   EXPECT_EQ(Codecs(), "MPEG4||4x3|1|30||");
 }
 
 TEST_F(VideoOptions, CodecWithoutSizesEndsTheCodecsAndTheQueryStillSucceeds) {
-  EXPECT_EQ(AskFor("<tt:JPEG>" + kSize + "</tt:JPEG><tt:MPEG4/><tt:H264>" + kSize + "</tt:H264>"), RET_ONVIF_OK);
+  EXPECT_EQ(AskFor("<tt:JPEG>" + kOneSize + "</tt:JPEG><tt:MPEG4/><tt:H264>" + kOneSize + "</tt:H264>"), RET_ONVIF_OK);
   EXPECT_EQ(Codecs(), "JPEG||4x3|1|30||");
 }
 
 TEST_F(VideoOptions, FiveWidthsAndFourHeightsEndTheCodecs) {
   const std::string sizes = Resolutions({{"1", "1"}, {"2", "2"}, {"3", "3"}, {"4", "4"}}) +
                             "<tt:ResolutionsAvailable><tt:Width>5</tt:Width></tt:ResolutionsAvailable>";
-  EXPECT_EQ(
-      AskFor("<tt:JPEG>" + kSize + "</tt:JPEG><tt:MPEG4>" + sizes + "</tt:MPEG4><tt:H264>" + kSize + "</tt:H264>"),
-      RET_ONVIF_OK);
+  EXPECT_EQ(AskFor("<tt:JPEG>" + kOneSize + "</tt:JPEG><tt:MPEG4>" + sizes + "</tt:MPEG4><tt:H264>" + kOneSize +
+                   "</tt:H264>"),
+            RET_ONVIF_OK);
   EXPECT_EQ(Codecs(), "JPEG||4x3|1|30||");
 }
 

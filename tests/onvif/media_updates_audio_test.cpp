@@ -24,12 +24,12 @@ std::string SetAudio(const std::string& elements, const std::string& token = "ae
   return SetBody("SetAudioEncoderConfiguration", token, elements);
 }
 
-OVF_MED_AUD_CONF Record(const std::string& token = "ae1") {
+OVF_MED_AUD_CONF AudioRecord(const std::string& token = "ae1") {
   return {"as", token, "AAC", "128", "16"};
 }
 
 /// A whole configuration in the order of the schema.
-const std::string kWhole = OneLine(R"(
+const std::string kWholeAudio = OneLine(R"(
     <tt:Name>Mic &amp; line</tt:Name><tt:UseCount>1</tt:UseCount><tt:Encoding>G711</tt:Encoding>
     <tt:Bitrate>64</tt:Bitrate><tt:SampleRate>8</tt:SampleRate>
     <tt:Multicast><tt:Address><tt:Type>IPv4</tt:Type><tt:IPv4Address>239.0.0.2</tt:IPv4Address></tt:Address>
@@ -49,7 +49,7 @@ class SetAudioEncoder : public UpdateTest {
   }
 
   void ExpectFromTemplate(const std::string& elements, const std::string& sent) {
-    ExpectFrom(Profile(elements), Record(), sent);
+    ExpectFrom(Profile(elements), AudioRecord(), sent);
   }
 };
 
@@ -57,12 +57,13 @@ using AudioTemplate = SetAudioEncoder;
 
 TEST_F(AudioTemplate, WholeConfigurationIsSentBackWithTheNewValues) {
   ExpectFromTemplate(
-      kWhole, Schema("Name", "Mic &amp; line") + Schema("UseCount", "1") + Schema("Encoding", "AAC") +
-                  Schema("Bitrate", "128") + Schema("SampleRate", "16") +
-                  Schema("Multicast",
-                         "<Address><Type>IPv4</Type><IPv4Address>239.0.0.2</IPv4Address></Address><Port>32002</Port>"
-                         "<TTL>4</TTL><AutoStart>false</AutoStart>") +
-                  Schema("SessionTimeout", "PT60S"));
+      kWholeAudio,
+      Schema("Name", "Mic &amp; line") + Schema("UseCount", "1") + Schema("Encoding", "AAC") +
+          Schema("Bitrate", "128") + Schema("SampleRate", "16") +
+          Schema("Multicast",
+                 "<Address><Type>IPv4</Type><IPv4Address>239.0.0.2</IPv4Address></Address><Port>32002</Port>"
+                 "<TTL>4</TTL><AutoStart>false</AutoStart>") +
+          Schema("SessionTimeout", "PT60S"));
 }
 
 TEST_F(AudioTemplate, OrderOfTheCameraIsKept) {
@@ -101,7 +102,7 @@ TEST_F(AudioTemplate, OwnPrefixesOfACameraMakeNoDifference) {
           </a:AudioEncoderConfiguration></Profiles></GetProfilesResponse>
       </e:Body></e:Envelope>)")));
   AnswerUpdated();
-  EXPECT_EQ(Update(Record()), RET_ONVIF_OK);
+  EXPECT_EQ(Update(AudioRecord()), RET_ONVIF_OK);
   ExpectReadAndSet({kAskProfiles}, SetAudio(Schema("Bitrate", "128") + Schema("Name", "plain")));
 }
 
@@ -145,13 +146,13 @@ const std::string kThreeProfiles = OneLine(R"(
     </trt:GetProfilesResponse>)");
 
 TEST_F(AudioChoice, FirstEncoderWithTheTokenIsTheTemplate) {
-  ExpectFrom(kThreeProfiles, Record("ae1"), Schema("Name", "one"));
-  ExpectFrom(kThreeProfiles, Record("ae2"), Schema("Name", "two"));
+  ExpectFrom(kThreeProfiles, AudioRecord("ae1"), Schema("Name", "one"));
+  ExpectFrom(kThreeProfiles, AudioRecord("ae2"), Schema("Name", "two"));
 }
 
 TEST_F(AudioChoice, LastEncoderIsTheTemplateWhenNoTokenMatchesAndTheRequestNamesTheRecords) {
   for (const char* token : {"ae3", "ae", "ae11", "AE1", " ae1", ""}) {
-    ExpectFrom(kThreeProfiles, Record(token), Schema("Name", "last"));
+    ExpectFrom(kThreeProfiles, AudioRecord(token), Schema("Name", "last"));
   }
 }
 
@@ -162,7 +163,7 @@ TEST_F(AudioChoice, TokenIsComparedByItsBytes) {
       "</trt:GetProfilesResponse>";
   AnswerBody(profiles);
   AnswerUpdated();
-  EXPECT_EQ(Update(Record("a&<b")), RET_ONVIF_OK);
+  EXPECT_EQ(Update(AudioRecord("a&<b")), RET_ONVIF_OK);
   ExpectReadAndSet({kAskProfiles}, SetAudio(Schema("Name", "odd"), "a&amp;&lt;b"));
 }
 
@@ -172,7 +173,7 @@ TEST_F(AudioChoice, ThousandsOfProfilesAreSearched) {
     profiles += "<trt:Profiles><tt:AudioEncoderConfiguration token='t" + std::to_string(i) +
                 "'><tt:Bitrate/></tt:AudioEncoderConfiguration></trt:Profiles>";
   }
-  ExpectFrom(profiles + "</trt:GetProfilesResponse>", Record("none"), Schema("Bitrate", "128"));
+  ExpectFrom(profiles + "</trt:GetProfilesResponse>", AudioRecord("none"), Schema("Bitrate", "128"));
 }
 
 using AudioFailures = SetAudioEncoder;
@@ -180,7 +181,7 @@ using AudioFailures = SetAudioEncoder;
 TEST_F(AudioFailures, CodeOfFailedProfilesComesBackAndNothingIsSent) {
   for (const auto& [reply, result] : ExchangeFailures()) {
     m_camera.Answer(reply);
-    EXPECT_EQ(Update(Record()), result) << reply.bytes;
+    EXPECT_EQ(Update(AudioRecord()), result) << reply.bytes;
     ExpectRead({kAskProfiles});
   }
 }
@@ -189,7 +190,7 @@ TEST_F(AudioFailures, CodeOfTheRefusedUpdateComesBackAndItIsNotTriedAgain) {
   for (const auto& [reply, result] : ExchangeFailures()) {
     AnswerBody(Profile("<tt:Encoding/>"));
     m_camera.Answer(reply);
-    EXPECT_EQ(Update(Record()), result) << reply.bytes;
+    EXPECT_EQ(Update(AudioRecord()), result) << reply.bytes;
     ExpectReadAndSet({kAskProfiles}, SetAudio(Schema("Encoding", "AAC")));
   }
 }
@@ -201,7 +202,7 @@ TEST_F(AudioFailures, ProfilesWithoutAudioEncoderAreASilentSuccessAndNothingIsSe
         "</trt:GetProfilesResponse>",
         "<tt:AudioEncoderConfiguration token='ae1'/>"}) {
     AnswerBody(body);
-    EXPECT_EQ(Update(Record()), RET_ONVIF_OK) << body;
+    EXPECT_EQ(Update(AudioRecord()), RET_ONVIF_OK) << body;
     ExpectRead({kAskProfiles});
     EXPECT_EQ(SoapLog(), std::vector<std::string>()) << "nothing is logged here";
   }
@@ -211,7 +212,7 @@ TEST_F(AudioFailures, UserNameThatBreaksTheSkeletonIsAnXmlFailureAndNothingIsSen
   for (const char* user : {"a&b", "a<b", "J\xFCrgen", "a\x01"}) {
     CameraAPI driver("127.0.0.1", m_camera.Port(), user, kPassword, "", true);
     m_service.UpdateServiceParam(&driver, kServicePath, "2", "0");
-    EXPECT_EQ(Update(Record()), RET_ONVIF_XML_FAIL) << user;
+    EXPECT_EQ(Update(AudioRecord()), RET_ONVIF_XML_FAIL) << user;
   }
   ExpectRead({});
 }
@@ -227,19 +228,19 @@ class AudioSetSchema : public SetAudioEncoder {
   std::vector<std::string> Problems(const std::string& elements) {
     AnswerBody(Profile(elements));
     AnswerUpdated();
-    EXPECT_EQ(Update(Record()), RET_ONVIF_OK) << elements;
+    EXPECT_EQ(Update(AudioRecord()), RET_ONVIF_OK) << elements;
     return SchemaProblems();
   }
 };
 
 TEST_F(AudioSetSchema, TemplateInTheOrderOfTheSchemaGivesAValidRequest) {
-  EXPECT_THAT(Problems(kWhole), IsEmpty());
-  EXPECT_THAT(Problems(kWhole + "<tt:Extension/><v:Own xmlns:v='urn:vendor'/>"), IsEmpty());
+  EXPECT_THAT(Problems(kWholeAudio), IsEmpty());
+  EXPECT_THAT(Problems(kWholeAudio + "<tt:Extension/><v:Own xmlns:v='urn:vendor'/>"), IsEmpty());
 }
 
 // A meant exception: what the camera wrote itself is sent back as it is.
 TEST_F(AudioSetSchema, CameraThatBreaksTheSchemaGetsItsOwnOrderAndItsOwnGapsBack) {
-  EXPECT_THAT(Problems("<tt:UseCount>1</tt:UseCount>" + kWhole),
+  EXPECT_THAT(Problems("<tt:UseCount>1</tt:UseCount>" + kWholeAudio),
               Contains(HasSubstr("UseCount': This element is not expected")));
   EXPECT_THAT(Problems(""), Contains(HasSubstr("Missing child element(s)")));
 }

@@ -13,9 +13,6 @@
 namespace testsupport {
 namespace {
 
-const std::string kVer10 = R"(xmlns="http://www.onvif.org/ver10/ptz/wsdl")";
-const std::string kVer20 = R"(xmlns="http://www.onvif.org/ver20/ptz/wsdl")";
-
 std::string AskStop(const std::string& nsAttr, const std::string& token) {
   return "<Stop " + nsAttr + "><ProfileToken>" + token + "</ProfileToken></Stop>";
 }
@@ -69,8 +66,8 @@ TEST_F(PtzNamespace, CameraOfVersionOneZeroIsAskedInTheVer10NamespaceInEveryRequ
   EXPECT_EQ(m_service.RelativeMove("p", m_vector, m_vector), RET_ONVIF_OK);
   EXPECT_EQ(m_service.GotoHomePosition("p"), RET_ONVIF_OK);
   const std::string vector = PanTilt("0.25", "-0.5") + Zoom("1");
-  ExpectAsked({AskStop(kVer10, "p"), AskContinuous(kVer10, "p", vector), AskRelative(kVer10, "p", vector, vector),
-               AskHome(kVer10, "p")});
+  ExpectAsked({AskStop(kPtz10, "p"), AskContinuous(kPtz10, "p", vector), AskRelative(kPtz10, "p", vector, vector),
+               AskHome(kPtz10, "p")});
 }
 
 TEST_F(PtzNamespace, EveryOtherVersionIsAskedInTheVer20Namespace) {
@@ -82,7 +79,7 @@ TEST_F(PtzNamespace, EveryOtherVersionIsAskedInTheVer20Namespace) {
     m_service.UpdateServiceParam(&m_api, kServicePath, major, minor);
     AnswerOk();
     EXPECT_EQ(m_service.Stop(std::string(major) + "." + minor), RET_ONVIF_OK);
-    asked.push_back(AskStop(kVer20, std::string(major) + "." + minor));
+    asked.push_back(AskStop(kPtz20, std::string(major) + "." + minor));
   }
   ExpectAsked(asked);
 }
@@ -94,8 +91,8 @@ TEST_F(PtzNamespace, EveryRequestOfAVersionTwoCameraIsInTheVer20Namespace) {
   EXPECT_EQ(m_service.RelativeMove("p", m_vector, m_vector), RET_ONVIF_OK);
   EXPECT_EQ(m_service.GotoHomePosition("p"), RET_ONVIF_OK);
   const std::string vector = PanTilt("0.25", "-0.5") + Zoom("1");
-  ExpectAsked({AskStop(kVer20, "p"), AskContinuous(kVer20, "p", vector), AskRelative(kVer20, "p", vector, vector),
-               AskHome(kVer20, "p")});
+  ExpectAsked({AskStop(kPtz20, "p"), AskContinuous(kPtz20, "p", vector), AskRelative(kPtz20, "p", vector, vector),
+               AskHome(kPtz20, "p")});
 }
 
 TEST_F(PtzNamespace, IsChosenAnewAtEachUpdate) {
@@ -105,7 +102,7 @@ TEST_F(PtzNamespace, IsChosenAnewAtEachUpdate) {
   EXPECT_EQ(m_service.Stop("b"), RET_ONVIF_OK);
   m_service.UpdateServiceParam(&m_api, kServicePath, "2", "60");
   EXPECT_EQ(m_service.Stop("c"), RET_ONVIF_OK);
-  ExpectAsked({AskStop(kVer20, "a"), AskStop(kVer10, "b"), AskStop(kVer20, "c")});
+  ExpectAsked({AskStop(kPtz20, "a"), AskStop(kPtz10, "b"), AskStop(kPtz20, "c")});
 }
 
 TEST_F(PtzNamespace, IsEmptyUntilTheClientsOwnUpdateHasRun) {
@@ -122,7 +119,7 @@ TEST_F(PtzNamespace, UpdateStoresTheBaseFieldsToo) {
   EXPECT_TRUE(m_service.IsSupported());
   AnswerOk();
   EXPECT_EQ(m_service.Stop("p"), RET_ONVIF_OK);
-  ExpectAsked({AskStop(kVer20, "p")}, "/other");
+  ExpectAsked({AskStop(kPtz20, "p")}, "/other");
   m_service.UpdateServiceParam(&m_api, "", "2", "0");
   EXPECT_FALSE(m_service.IsSupported());
 }
@@ -145,26 +142,26 @@ TEST_F(ContinuousMove, EachMaskOfAxesSendsItsParts) {
   std::vector<std::string> asked;
   for (const auto& [axes, velocity] : masks) {
     EXPECT_EQ(Continuous(m_vector, axes), RET_ONVIF_OK);
-    asked.push_back(AskContinuous(kVer20, "p", velocity));
+    asked.push_back(AskContinuous(kPtz20, "p", velocity));
   }
   ExpectAsked(asked);
 }
 
 TEST_F(ContinuousMove, ZeroVelocityIsSentAsZeros) {
   EXPECT_EQ(Continuous({0, 0, 0}, 7), RET_ONVIF_OK);
-  ExpectAsked({AskContinuous(kVer20, "p", PanTilt("0", "0") + Zoom("0"))});
+  ExpectAsked({AskContinuous(kPtz20, "p", PanTilt("0", "0") + Zoom("0"))});
 }
 
 TEST_F(ContinuousMove, NumbersAreUnroundedPlainDecimals) {
   EXPECT_EQ(Continuous({0.1, -1.0 / 3, 1e-7}, 7), RET_ONVIF_OK);
-  ExpectAsked({AskContinuous(kVer20, "p", PanTilt("0.1", "-0.3333333333333333") + Zoom("0.0000001"))});
+  ExpectAsked({AskContinuous(kPtz20, "p", PanTilt("0.1", "-0.3333333333333333") + Zoom("0.0000001"))});
 }
 
 TEST_F(ContinuousMove, LocaleOfTheHostDoesNotReachTheNumbers) {
   const CommaLocale locale;
   if (!locale.Reason().empty()) GTEST_SKIP() << locale.Reason();
   EXPECT_EQ(Continuous({0.5, -1.5, 2.25}, 7), RET_ONVIF_OK);
-  ExpectAsked({AskContinuous(kVer20, "p", PanTilt("0.5", "-1.5") + Zoom("2.25"))});
+  ExpectAsked({AskContinuous(kPtz20, "p", PanTilt("0.5", "-1.5") + Zoom("2.25"))});
 }
 
 TEST_F(ContinuousMove, VelocityOfTheCallerIsNotChanged) {
@@ -183,8 +180,8 @@ TEST_F(RelativeMove, AllSixNumbersAreSentZerosIncluded) {
   AnswerOk(2);
   EXPECT_EQ(m_service.RelativeMove("p", m_vector, speed), RET_ONVIF_OK);
   EXPECT_EQ(m_service.RelativeMove("p", zero, zero), RET_ONVIF_OK);
-  ExpectAsked({AskRelative(kVer20, "p", PanTilt("0.25", "-0.5") + Zoom("1"), PanTilt("4", "5.5") + Zoom("6")),
-               AskRelative(kVer20, "p", PanTilt("0", "0") + Zoom("0"), PanTilt("0", "0") + Zoom("0"))});
+  ExpectAsked({AskRelative(kPtz20, "p", PanTilt("0.25", "-0.5") + Zoom("1"), PanTilt("4", "5.5") + Zoom("6")),
+               AskRelative(kPtz20, "p", PanTilt("0", "0") + Zoom("0"), PanTilt("0", "0") + Zoom("0"))});
 }
 
 using GotoHomePosition = OnvifPtz;
@@ -192,7 +189,7 @@ using GotoHomePosition = OnvifPtz;
 TEST_F(GotoHomePosition, SpeedIsTheTextOneThreeTimes) {
   AnswerOk();
   EXPECT_EQ(m_service.GotoHomePosition("prof"), RET_ONVIF_OK);
-  ExpectAsked({AskHome(kVer20, "prof")});
+  ExpectAsked({AskHome(kPtz20, "prof")});
 }
 
 using PtzFailures = OnvifPtz;
@@ -204,8 +201,8 @@ TEST_F(PtzFailures, EmptyTokenIsSentAsAnEmptyElement) {
   EXPECT_EQ(m_service.ContinuousMove("", m_vector, 0), RET_ONVIF_OK);
   EXPECT_EQ(m_service.RelativeMove("", m_vector, m_vector), RET_ONVIF_OK);
   const std::string vector = PanTilt("0.25", "-0.5") + Zoom("1");
-  ExpectAsked({AskStop(kVer20, ""), AskHome(kVer20, ""), AskContinuous(kVer20, "", ""),
-               AskRelative(kVer20, "", vector, vector)});
+  ExpectAsked({AskStop(kPtz20, ""), AskHome(kPtz20, ""), AskContinuous(kPtz20, "", ""),
+               AskRelative(kPtz20, "", vector, vector)});
 }
 
 TEST_F(PtzFailures, ResultOfTheExchangeComesBackUnchanged) {

@@ -8,9 +8,6 @@
 namespace testsupport {
 namespace {
 
-const std::string kVer10 = R"(xmlns="http://www.onvif.org/ver10/ptz/wsdl")";
-const std::string kVer20 = R"(xmlns="http://www.onvif.org/ver20/ptz/wsdl")";
-
 class GetNodes : public ServiceTest<OnvifPtzService> {
  protected:
   RET_ONVIF Ask(const std::string& body) {
@@ -27,7 +24,7 @@ TEST_F(GetNodes, PresetCountAndHomeAreTheTextsOfTheFirstNode) {
                 "</tptz:PTZNode><tptz:PTZNode><tt:MaximumNumberOfPresets>8</tt:MaximumNumberOfPresets>"
                 "<tt:HomeSupported>false</tt:HomeSupported></tptz:PTZNode></tptz:GetNodesResponse>"),
             RET_ONVIF_OK);
-  ExpectAsked({"<GetNodes " + kVer20 + " />"});
+  ExpectAsked({"<GetNodes " + kPtz20 + " />"});
   EXPECT_EQ(m_nodes.strMaxPresets, " 256");
   EXPECT_EQ(m_nodes.strHomeSupported, "true");
 }
@@ -37,7 +34,7 @@ TEST_F(GetNodes, VersionOneZeroIsAskedAndReadInItsNamespace) {
   m_camera.Answer(
       Reply::Ok(Envelope("<tptz:PTZNode><tt:HomeSupported>true</tt:HomeSupported></tptz:PTZNode>", kPtz10Namespace)));
   EXPECT_EQ(m_service.GetNodes(m_nodes), RET_ONVIF_OK);
-  ExpectAsked({"<GetNodes " + kVer10 + " />"});
+  ExpectAsked({"<GetNodes " + kPtz10 + " />"});
   EXPECT_EQ(m_nodes.strHomeSupported, "true");
 }
 
@@ -83,7 +80,7 @@ class GetConfigurations : public ServiceTest<OnvifPtzService> {
 
 TEST_F(GetConfigurations, TokenOfTheFirstConfigurationIsRead) {
   EXPECT_EQ(Ask("<tptz:PTZConfiguration token='c1'/><tptz:PTZConfiguration token='c2'/>"), RET_ONVIF_OK);
-  ExpectAsked({"<GetConfigurations " + kVer20 + " />"});
+  ExpectAsked({"<GetConfigurations " + kPtz20 + " />"});
   EXPECT_EQ(m_conf.strToken, "c1");
 }
 
@@ -167,7 +164,7 @@ class GetConfigurationOptions : public ServiceTest<OnvifPtzService> {
 TEST_F(GetConfigurationOptions, ContinuousSpacesAreChosenBeforeRelativeOnes) {
   EXPECT_EQ(Ask(std::string(kOtherSpaces) + kRelativePanTilt + kRelativeZoom + kContinuousPanTilt + kContinuousZoom),
             RET_ONVIF_OK);
-  ExpectAsked({"<GetConfigurationOptions " + kVer20 +
+  ExpectAsked({"<GetConfigurationOptions " + kPtz20 +
                "><ConfigurationToken>conf</ConfigurationToken></GetConfigurationOptions>"});
   EXPECT_EQ(Texts(m_space), "continuous|cpt|-1|1|-2|2|cz|-3|3");
 }
@@ -251,7 +248,7 @@ TEST_F(GetConfigurationOptions, VersionOneZeroIsAskedAndReadInItsNamespace) {
                                      kPtz10Namespace)));
   EXPECT_EQ(m_service.GetConfigurationOptions("a&b", m_space), RET_ONVIF_OK);
   EXPECT_EQ(Texts(m_space), "continuous||||||cz|-3|3");
-  const std::string start = "<GetConfigurationOptions " + kVer10 + "><ConfigurationToken>";
+  const std::string start = "<GetConfigurationOptions " + kPtz10 + "><ConfigurationToken>";
   const std::string end = "</ConfigurationToken></GetConfigurationOptions>";
   ExpectAsked({start + "conf" + end, start + "a&b" + end});
 }

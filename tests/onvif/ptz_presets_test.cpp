@@ -8,9 +8,6 @@
 namespace testsupport {
 namespace {
 
-const std::string kVer10 = R"(xmlns="http://www.onvif.org/ver10/ptz/wsdl")";
-const std::string kVer20 = R"(xmlns="http://www.onvif.org/ver20/ptz/wsdl")";
-
 std::string AskList(const std::string& nsAttr, const std::string& token) {
   return "<GetPresets " + nsAttr + "><ProfileToken>" + token + "</ProfileToken></GetPresets>";
 }
@@ -64,7 +61,7 @@ TEST_F(SetPreset, SendsTheNameAndNoTokenAndReadsNoneBack) {
   m_camera.Answer(Reply::Ok(
       Envelope("<tptz:SetPresetResponse><tptz:PresetToken>made</tptz:PresetToken></tptz:SetPresetResponse>")));
   EXPECT_EQ(m_service.SetPreset("p", m_preset), RET_ONVIF_OK);
-  ExpectAsked({AskSet(kVer20, "p", "Gate")});
+  ExpectAsked({AskSet(kPtz20, "p", "Gate")});
   EXPECT_EQ(m_preset.strToken, "tok7");
   EXPECT_EQ(m_preset.strName, "Gate");
 }
@@ -73,7 +70,7 @@ TEST_F(SetPreset, IsTheSameForVersionOneZeroInItsNamespace) {
   UseVersion("1", "0");
   AnswerEmpty(1);
   EXPECT_EQ(m_service.SetPreset("", m_preset), RET_ONVIF_OK);
-  ExpectAsked({AskSet(kVer10, "", "Gate")});
+  ExpectAsked({AskSet(kPtz10, "", "Gate")});
 }
 
 using GetPresets = PtzPresets;
@@ -83,7 +80,7 @@ TEST_F(GetPresets, TokensAndNamesAreReadInTheOrderOfTheAnswerBehindWhatTheListHo
   EXPECT_EQ(List("<tptz:Preset token='9'><tt:Name>Zebra</tt:Name><tt:PTZPosition/></tptz:Preset>"
                  "<tptz:Preset token='1'>\n  <tt:PTZPosition/><tt:Name> Gate </tt:Name>\n</tptz:Preset>"),
             RET_ONVIF_OK);
-  ExpectAsked({AskList(kVer20, "p")});
+  ExpectAsked({AskList(kPtz20, "p")});
   EXPECT_EQ(Listed(), "0=here before;9=Zebra;1= Gate ;");
 }
 
@@ -113,7 +110,7 @@ TEST_F(GetPresets, VersionOneZeroIsReadFromPtzPresetElements) {
                  "<tptz:Preset token='2'><tt:Name>other</tt:Name></tptz:Preset>",
                  kPtz10Namespace),
             RET_ONVIF_OK);
-  ExpectAsked({AskList(kVer10, "p")});
+  ExpectAsked({AskList(kPtz10, "p")});
   EXPECT_EQ(Listed(), "1=Gate;");
 }
 
@@ -163,7 +160,7 @@ TEST_F(RemovePreset, SendsTheTokenAlone) {
   EXPECT_EQ(m_service.RemovePreset("p", m_preset), RET_ONVIF_OK);
   UseVersion("", "");
   EXPECT_EQ(m_service.RemovePreset("p", m_preset), RET_ONVIF_OK);
-  const std::string asked = AskRemove(kVer20, "p", "<PresetToken>tok7</PresetToken>");
+  const std::string asked = AskRemove(kPtz20, "p", "<PresetToken>tok7</PresetToken>");
   ExpectAsked({asked, asked});
 }
 
@@ -171,7 +168,7 @@ TEST_F(RemovePreset, SendsVersionOneZeroTheNameBehindTheToken) {
   UseVersion("1", "0");
   AnswerEmpty(1);
   EXPECT_EQ(m_service.RemovePreset("p", m_preset), RET_ONVIF_OK);
-  ExpectAsked({AskRemove(kVer10, "p", "<PresetToken>tok7</PresetToken><PresetName>Gate</PresetName>")});
+  ExpectAsked({AskRemove(kPtz10, "p", "<PresetToken>tok7</PresetToken><PresetName>Gate</PresetName>")});
 }
 
 using GotoPreset = PtzPresets;
@@ -179,21 +176,21 @@ using GotoPreset = PtzPresets;
 TEST_F(GotoPreset, SendsTheTokenAndASpeedWithClosingTags) {
   AnswerEmpty(1);
   EXPECT_EQ(m_service.GotoPreset("p", m_preset), RET_ONVIF_OK);
-  ExpectAsked({AskGoto(kVer20, "p", "<PresetToken>tok7</PresetToken>")});
+  ExpectAsked({AskGoto(kPtz20, "p", "<PresetToken>tok7</PresetToken>")});
 }
 
 TEST_F(GotoPreset, SendsVersionOneZeroTheNameBehindTheToken) {
   UseVersion("1", "0");
   AnswerEmpty(1);
   EXPECT_EQ(m_service.GotoPreset("p", m_preset), RET_ONVIF_OK);
-  ExpectAsked({AskGoto(kVer10, "p", "<PresetToken>tok7</PresetToken><PresetName>Gate</PresetName>")});
+  ExpectAsked({AskGoto(kPtz10, "p", "<PresetToken>tok7</PresetToken><PresetName>Gate</PresetName>")});
 }
 
 TEST_F(GotoPreset, EmptyTokenIsSentAsAnEmptyElement) {
   m_preset.strToken.clear();
   AnswerEmpty(1);
   EXPECT_EQ(m_service.GotoPreset("", m_preset), RET_ONVIF_OK);
-  ExpectAsked({AskGoto(kVer20, "", "<PresetToken></PresetToken>")});
+  ExpectAsked({AskGoto(kPtz20, "", "<PresetToken></PresetToken>")});
 }
 
 TEST_F(PtzPresets, OnlyExactlyOneZeroIsToldTheName) {
@@ -204,8 +201,8 @@ TEST_F(PtzPresets, OnlyExactlyOneZeroIsToldTheName) {
     AnswerEmpty(2);
     EXPECT_EQ(m_service.RemovePreset("p", m_preset), RET_ONVIF_OK);
     EXPECT_EQ(m_service.GotoPreset("p", m_preset), RET_ONVIF_OK);
-    asked.push_back(AskRemove(kVer20, "p", "<PresetToken>tok7</PresetToken>"));
-    asked.push_back(AskGoto(kVer20, "p", "<PresetToken>tok7</PresetToken>"));
+    asked.push_back(AskRemove(kPtz20, "p", "<PresetToken>tok7</PresetToken>"));
+    asked.push_back(AskGoto(kPtz20, "p", "<PresetToken>tok7</PresetToken>"));
   }
   ExpectAsked(asked);
 }
@@ -221,7 +218,7 @@ TEST_F(PtzPresets, TokensAndNamesAreSentUnescaped) {
   m_service.GotoPreset(odd, m_preset);
   const std::string preset = "<PresetToken>" + odd + "</PresetToken><PresetName>" + odd + "</PresetName>";
   ExpectAsked(
-      {AskSet(kVer10, odd, odd), AskList(kVer10, odd), AskRemove(kVer10, odd, preset), AskGoto(kVer10, odd, preset)});
+      {AskSet(kPtz10, odd, odd), AskList(kPtz10, odd), AskRemove(kPtz10, odd, preset), AskGoto(kPtz10, odd, preset)});
 }
 
 TEST_F(PtzPresets, ResultOfTheExchangeComesBackUnchanged) {

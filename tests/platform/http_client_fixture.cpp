@@ -4,6 +4,10 @@ std::uint16_t ClosedPort() {
   return testsupport::ScriptedCamera().Port();
 }
 
+std::string DocumentOf(std::size_t size) {
+  return "<a>" + std::string(size - 7, 'x') + "</a>";
+}
+
 std::string Posted::Text() const {
   if (!document) return "(none)";
   xmlChar* bytes = nullptr;

@@ -16,6 +16,9 @@ inline constexpr int kTimeout_s = 60;
 /// A port of the loopback interface on which nobody listens.
 std::uint16_t ClosedPort();
 
+/// A document of exactly `size` bytes.
+std::string DocumentOf(std::size_t size);
+
 /// What one post brought.
 struct Posted {
   int result = -1;

@@ -27,10 +27,6 @@ std::string Compressed(const std::string& text, int window) {
   return bytes;
 }
 
-std::string DocumentOf(std::size_t size) {
-  return "<a>" + std::string(size - 7, 'x') + "</a>";
-}
-
 std::string Chunked(const std::string& body, std::size_t size, const std::string& headers = "") {
   std::string bytes = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n" + headers + "\r\n";
   for (std::size_t at = 0; at < body.size(); at += size) {

@@ -134,11 +134,6 @@ TEST_F(HttpClientTest, RefusedCredentialsAreRefusedOnce) {
   EXPECT_EQ(m_camera.Requests().size(), 1u) << "Basic would show the password to everybody on the line";
 }
 
-/// A document of exactly `size` bytes.
-std::string DocumentOf(std::size_t size) {
-  return "<a>" + std::string(size - 7, 'x') + "</a>";
-}
-
 TEST_F(HttpClientTest, BodyOfTheCeilingIsAnAnswerAndOneByteMoreIsNot) {
   m_camera.Answer(Reply::Ok(DocumentOf(HTTP_MAX_ANSWER_BYTES)));
   EXPECT_EQ(m_client.Post().result, HTTP_POST_OK);

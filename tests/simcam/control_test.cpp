@@ -11,7 +11,7 @@
 
 namespace {
 
-using nlohmann::json;
+using Json = nlohmann::json;
 using simcam::SimCamera;
 using simcamtest::Element;
 using simcamtest::Envelope;
@@ -30,7 +30,7 @@ class ControlAddress : public testing::Test {
     return connection.Receive();
   }
 
-  json Get(const std::string& target) const { return json::parse(Ask("GET", target).body); }
+  Json Get(const std::string& target) const { return Json::parse(Ask("GET", target).body); }
 
   // Asks the camera itself.
   int Call(const std::string& path, const char* nameSpace, const std::string& operation, const std::string& content,
@@ -46,7 +46,7 @@ class ControlAddress : public testing::Test {
 };
 
 std::vector<std::string> On(const HttpReply& reply) {
-  return json::parse(reply.body).at("on").get<std::vector<std::string>>();
+  return Json::parse(reply.body).at("on").get<std::vector<std::string>>();
 }
 
 using Texts = std::vector<std::string>;
@@ -55,12 +55,12 @@ TEST_F(ControlAddress, ListsAllQuirksWithWhatTheyTake) {
   const HttpReply reply = Ask("GET", "/quirks");
   EXPECT_EQ(reply.status, 200);
   EXPECT_THAT(reply.head, HasSubstr("Content-Type: application/json"));
-  const json list = json::parse(reply.body);
-  EXPECT_EQ(list.at("on"), json::array());
+  const Json list = Json::parse(reply.body);
+  EXPECT_EQ(list.at("on"), Json::array());
   std::size_t count = 0;
   for (const simcam::QuirkGroup& group : simcam::AllQuirks()) {
     for (const simcam::Quirk& quirk : group.quirks) {
-      const json& row = list.at("quirks").at(count++);
+      const Json& row = list.at("quirks").at(count++);
       EXPECT_EQ(row.at("name"), quirk.name);
       EXPECT_EQ(row.at("group"), group.name);
       EXPECT_EQ(row.at("trouble"), quirk.trouble);
@@ -70,17 +70,17 @@ TEST_F(ControlAddress, ListsAllQuirksWithWhatTheyTake) {
 }
 
 TEST_F(ControlAddress, DescribesValuesAndOperations) {
-  std::map<std::string, json> rows;
-  const json list = Get("/quirks");
-  for (const json& row : list.at("quirks")) {
+  std::map<std::string, Json> rows;
+  const Json list = Get("/quirks");
+  for (const Json& row : list.at("quirks")) {
     rows[row.at("name").get<std::string>()] = row;
   }
   EXPECT_TRUE(rows.at("auth-none").at("value").is_null());
-  EXPECT_EQ(rows.at("auth-none").at("operations"), json::array());
+  EXPECT_EQ(rows.at("auth-none").at("operations"), Json::array());
   EXPECT_EQ(rows.at("clock-window").at("value"),
-            json::parse(R"({"meaning": "seconds allowed both ways", "standard": "2", "min": 1, "max": 86400})"));
-  EXPECT_EQ(rows.at("auth-role").at("value").at("choices"), json::parse(R"(["operator", "user"])"));
-  EXPECT_EQ(rows.at("clock-zeros").at("operations"), json::parse(R"(["GetSystemDateAndTime"])"));
+            Json::parse(R"({"meaning": "seconds allowed both ways", "standard": "2", "min": 1, "max": 86400})"));
+  EXPECT_EQ(rows.at("auth-role").at("value").at("choices"), Json::parse(R"(["operator", "user"])"));
+  EXPECT_EQ(rows.at("clock-zeros").at("operations"), Json::parse(R"(["GetSystemDateAndTime"])"));
 }
 
 TEST_F(ControlAddress, SwitchesQuirksOnAndOff) {
@@ -98,12 +98,12 @@ TEST_F(ControlAddress, SwitchesQuirksOnAndOff) {
 TEST_F(ControlAddress, OneWrongLineSwitchesNothingOn) {
   const HttpReply reply = Ask("POST", "/quirks", "auth-none\nauth-nome\n");
   EXPECT_EQ(reply.status, 400);
-  EXPECT_THAT(json::parse(reply.body).at("error").get<std::string>(), HasSubstr("did you mean auth-none?"));
+  EXPECT_THAT(Json::parse(reply.body).at("error").get<std::string>(), HasSubstr("did you mean auth-none?"));
   EXPECT_EQ(On(Ask("GET", "/quirks")), Texts());
 }
 
 TEST_F(ControlAddress, TellsWhatTheCameraIsAndDoes) {
-  const json camera = Get("/camera");
+  const Json camera = Get("/camera");
   EXPECT_EQ(camera.at("model"), "ptz-dome");
   EXPECT_EQ(camera.at("port"), m_camera.Port());
   EXPECT_EQ(camera.at("controlPort"), m_camera.ControlPort());
@@ -111,7 +111,7 @@ TEST_F(ControlAddress, TellsWhatTheCameraIsAndDoes) {
   EXPECT_EQ(camera.at("viewers"), 0);
   const simcam::CameraModel& model = m_camera.Model();
   ASSERT_EQ(camera.at("profiles").size(), model.profiles.size());
-  const json& profile = camera.at("profiles").at(0);
+  const Json& profile = camera.at("profiles").at(0);
   EXPECT_EQ(profile.at("token"), model.profiles.front().token);
   EXPECT_EQ(profile.at("videoEncoder").at("width"), model.videoEncoders.front().width);
   EXPECT_EQ(profile.at("videoEncoder").at("encoding"), "H264");
@@ -126,7 +126,7 @@ TEST_F(ControlAddress, FollowsTheLens) {
                  "xmlns=\"http://www.onvif.org/ver10/schema\"/></Velocity>"),
             200);
   m_clock->Advance(std::chrono::milliseconds(500));
-  const json lens = Get("/camera").at("lenses").at(0);
+  const Json lens = Get("/camera").at("lenses").at(0);
   EXPECT_EQ(lens.at("moving"), true);
   EXPECT_GT(lens.at("pan").get<double>(), before);
 }
@@ -140,7 +140,7 @@ TEST_F(ControlAddress, CountsRequestsByTheirEnd) {
   EXPECT_EQ(ask("GetNothing", "simcam"), 500);
   HttpConnection(m_camera.Port())
       .Post("/onvif/device_service", Envelope("", Element("GetDeviceInformation", simcamtest::kDeviceNs)));
-  const json camera = Get("/camera");
+  const Json camera = Get("/camera");
   EXPECT_EQ(camera.at("requests"), 4);
   EXPECT_EQ(camera.at("refused"), 2);
   EXPECT_EQ(camera.at("faults"), 1);
@@ -161,7 +161,7 @@ TEST_P(ControlRefusal, IsJsonWithTheReason) {
   const Refusal& refusal = GetParam();
   const HttpReply reply = Ask(refusal.method, refusal.target, refusal.body);
   EXPECT_EQ(reply.status, refusal.status);
-  EXPECT_THAT(json::parse(reply.body).at("error").get<std::string>(), HasSubstr(refusal.error));
+  EXPECT_THAT(Json::parse(reply.body).at("error").get<std::string>(), HasSubstr(refusal.error));
 }
 
 constexpr Refusal kRefusals[] = {
@@ -262,7 +262,7 @@ TEST(ModelQuirks, AreOnFromTheStartBesidesThoseOfTheOptions) {
   const SimCamera camera(model, options);
   const HttpConnection connection(camera.ControlPort());
   connection.Send("GET /camera HTTP/1.1\r\nHost: localhost\r\n\r\n");
-  EXPECT_EQ(json::parse(connection.Receive().body).at("quirks"), json::parse(R"(["auth-none", "clock-offset=5"])"));
+  EXPECT_EQ(Json::parse(connection.Receive().body).at("quirks"), Json::parse(R"(["auth-none", "clock-offset=5"])"));
 }
 
 }  // namespace

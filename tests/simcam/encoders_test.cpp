@@ -107,13 +107,13 @@ TEST(VideoEncoders, CodecCanBeChangedBothWays) {
               HasSubstr("<tt:MPEG4><tt:GovLength>1</tt:GovLength><tt:Mpeg4Profile>SP<"));
 }
 
-struct Refusal {
+struct EncoderRefusal {
   const char* from;
   const char* to;
   const char* codes;
 };
 
-constexpr Refusal kVideoRefusals[] = {
+constexpr EncoderRefusal kVideoRefusals[] = {
     {"\"vec_sub\"", "\"vec_none\"", kNoConfig},
     {" token=\"vec_sub\"", "", "env:Sender ter:InvalidArgs"},
     {"<t:Encoding>H264", "<t:Encoding>H265", kConfigModify},
@@ -150,7 +150,7 @@ constexpr Refusal kVideoRefusals[] = {
 };
 
 TEST(VideoEncoders, WhatIsNotOfferedIsRefusedAndChangesNothing) {
-  for (const Refusal& refusal : kVideoRefusals) {
+  for (const EncoderRefusal& refusal : kVideoRefusals) {
     const Bench bench("ptz-dome");
     const std::string before = bench.Media("GetVideoEncoderConfigurations").body;
     const auto answer = bench.Media("SetVideoEncoderConfiguration", Changed(kVideo, refusal.from, refusal.to));
@@ -230,7 +230,7 @@ TEST(AudioEncoders, SetIsShown) {
   EXPECT_THAT(bench.Media("GetProfile", "<ProfileToken>profile_1</ProfileToken>").body, HasSubstr(shown));
 }
 
-constexpr Refusal kAudioRefusals[] = {
+constexpr EncoderRefusal kAudioRefusals[] = {
     {"\"aec_g711\"", "\"aec_none\"", kNoConfig},
     {">AAC<", ">MP3<", kConfigModify},
     {">AAC<", ">G726<", kConfigModify},  // 32 kbit/s, but at 8 kHz only
@@ -242,7 +242,7 @@ constexpr Refusal kAudioRefusals[] = {
 };
 
 TEST(AudioEncoders, WhatIsNotOfferedIsRefusedAndChangesNothing) {
-  for (const Refusal& refusal : kAudioRefusals) {
+  for (const EncoderRefusal& refusal : kAudioRefusals) {
     const Bench bench("ptz-dome");
     const std::string before = bench.Media("GetAudioEncoderConfigurations").body;
     EXPECT_EQ(FaultCodes(bench.Media("SetAudioEncoderConfiguration", Changed(kAudio, refusal.from, refusal.to))),

@@ -14,23 +14,21 @@
 
 #include "simcam/simcamera.h"
 #include "tests/simcam/client.h"
+#include "tests/simcam/messages.h"
 
 namespace {
 
 using simcam::SimCamera;
+using simcamtest::DateRequest;
 using simcamtest::Element;
 using simcamtest::Envelope;
 using simcamtest::HttpConnection;
 using simcamtest::kDeviceNs;
+using simcamtest::kDevicePath;
+using simcamtest::kLongest;
 using testing::HasSubstr;
 
-constexpr const char* kDevicePath = "/onvif/device_service";
 constexpr std::size_t kMebibyte = std::size_t{1024} * 1024;
-constexpr std::chrono::seconds kLongest{10};
-
-std::string DateRequest() {
-  return Envelope("", Element("GetSystemDateAndTime", kDeviceNs));
-}
 
 std::string HeadWith(const std::string& headers) {
   return std::string("POST ") + kDevicePath + " HTTP/1.1\r\nHost: x\r\n" + headers;

@@ -8,25 +8,23 @@
 
 #include "simcam/simcamera.h"
 #include "tests/simcam/client.h"
+#include "tests/simcam/messages.h"
 
 namespace {
 
 using simcam::SimCamera;
+using simcamtest::DateRequest;
 using simcamtest::Element;
 using simcamtest::Envelope;
 using simcamtest::HttpConnection;
 using simcamtest::HttpReply;
 using simcamtest::kDeviceNs;
+using simcamtest::kDevicePath;
 using simcamtest::kMediaNs;
 using simcamtest::PostRequest;
 using testing::HasSubstr;
 
-constexpr const char* kDevicePath = "/onvif/device_service";
 constexpr std::size_t kBodyLimit = 128 * 1024;
-
-std::string DateRequest() {
-  return Envelope("", Element("GetSystemDateAndTime", kDeviceNs));
-}
 
 std::string SignedProfiles(const std::string& password) {
   const auto token = simcamtest::MakeToken("admin", password, std::chrono::system_clock::now());

@@ -47,7 +47,7 @@ constexpr const char* kModel = R"({
 })";
 
 // The model with one text in place of another, which must be there.
-std::string Changed(const std::string& from, const std::string& to) {
+std::string ChangedModel(const std::string& from, const std::string& to) {
   std::string text = kModel;
   const std::size_t place = text.find(from);
   EXPECT_NE(place, std::string::npos) << "the probe has no " << from;
@@ -105,7 +105,7 @@ TEST(ParseModel, SnapshotsNeedNoCredentialsUnlessTheModelSaysSo) {
       {R"("snapshotAuthentication": "digestBoth",)", simcam::HttpAuthentication::DigestBoth},
   };
   for (const auto& [key, authentication] : cases) {
-    const std::string json = Changed(R"("snapshotAuthentication": "digestSha256",)", key);
+    const std::string json = ChangedModel(R"("snapshotAuthentication": "digestSha256",)", key);
     EXPECT_EQ(simcam::ParseModel(json, "probe.json").snapshotAuthentication, authentication) << key;
   }
 }
@@ -121,7 +121,7 @@ class NearMisses : public testing::TestWithParam<NearMiss> {};
 
 TEST_P(NearMisses, AreRefusedWithSourceKeyAndReason) {
   const NearMiss& miss = GetParam();
-  const std::string error = ErrorOf(Changed(miss.from, miss.to));
+  const std::string error = ErrorOf(ChangedModel(miss.from, miss.to));
   EXPECT_THAT(error, testing::StartsWith("probe.json: " + std::string(miss.key)));
   EXPECT_THAT(error, testing::HasSubstr(miss.reason));
 }
@@ -224,13 +224,13 @@ INSTANTIATE_TEST_SUITE_P(ParseModel, NearMisses, testing::ValuesIn(kNearMisses))
 
 TEST(ParseModel, TokenThatStandsTwiceIsRefused) {
   const std::string profile = R"({"token": "p1", "name": "Two", "fixed": false})";
-  const std::string error = ErrorOf(Changed(R"("profiles": [)", R"("profiles": [)" + profile + ", "));
+  const std::string error = ErrorOf(ChangedModel(R"("profiles": [)", R"("profiles": [)" + profile + ", "));
   EXPECT_THAT(error, testing::HasSubstr("profiles: the token \"p1\" stands there twice"));
 }
 
 TEST(ParseModel, MoreProfilesThanTheMaximumAreRefused) {
   const std::string profile = R"({"token": "p2", "name": "Two", "fixed": false})";
-  std::string json = Changed(R"("profiles": [)", R"("profiles": [)" + profile + ", ");
+  std::string json = ChangedModel(R"("profiles": [)", R"("profiles": [)" + profile + ", ");
   json.replace(json.find(R"("maxProfiles": 4)"), 16, R"("maxProfiles": 1)");
   EXPECT_THAT(ErrorOf(json), testing::HasSubstr("maxProfiles: fewer than there are profiles"));
 }

@@ -3,23 +3,20 @@
 #include <gtest/gtest.h>
 
 #include "tests/simcam/bench.h"
+#include "tests/simcam/messages.h"
 
 namespace {
 
 using simcamtest::Bench;
 using simcamtest::FaultCodes;
+using simcamtest::kNoToken;
+using simcamtest::PresetToken;
 using std::chrono::seconds;
 using testing::HasSubstr;
 using testing::Not;
 
-constexpr const char* kNoToken = "env:Sender ter:InvalidArgVal ter:NoToken";
-
 std::string Profile(const Bench& bench) {
   return "<ProfileToken>" + bench.Model().profiles.front().token + "</ProfileToken>";
-}
-
-std::string PresetToken(const std::string& token) {
-  return "<PresetToken>" + token + "</PresetToken>";
 }
 
 std::string PresetName(const std::string& name) {

@@ -5,17 +5,15 @@
 #include <set>
 
 #include "tests/simcam/bench.h"
+#include "tests/simcam/messages.h"
 
 namespace {
 
 using simcamtest::Bench;
 using simcamtest::FaultCodes;
+using simcamtest::ProfileToken;
 using testing::HasSubstr;
 using testing::Not;
-
-std::string ProfileToken(const std::string& token) {
-  return "<ProfileToken>" + token + "</ProfileToken>";
-}
 
 std::string Binding(const std::string& profile, const std::string& configuration) {
   return ProfileToken(profile) + "<ConfigurationToken>" + configuration + "</ConfigurationToken>";

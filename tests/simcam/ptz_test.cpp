@@ -4,6 +4,7 @@
 
 #include "simcam/simcamera.h"
 #include "tests/simcam/bench.h"
+#include "tests/simcam/messages.h"
 
 namespace {
 
@@ -11,21 +12,14 @@ using simcamtest::Bench;
 using simcamtest::FaultCodes;
 using simcamtest::HttpConnection;
 using simcamtest::HttpReply;
+using simcamtest::kFirstProfile;
 using simcamtest::ManualClock;
+using simcamtest::PanTilt;
+using simcamtest::Zoom;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 using testing::AllOf;
 using testing::HasSubstr;
-
-constexpr const char* kProfile = "<ProfileToken>profile_1</ProfileToken>";
-
-std::string PanTilt(const std::string& x, const std::string& y) {
-  return "<PanTilt x=\"" + x + "\" y=\"" + y + "\" xmlns=\"http://www.onvif.org/ver10/schema\"/>";
-}
-
-std::string Zoom(const std::string& x) {
-  return "<Zoom x=\"" + x + "\" xmlns=\"http://www.onvif.org/ver10/schema\"/>";
-}
 
 std::string Velocity(const std::string& axes) {
   return "<Velocity>" + axes + "</Velocity>";
@@ -39,7 +33,7 @@ class Ptz : public testing::Test {
  protected:
   simcam::LensPosition Position() const { return *m_bench.State().PositionOf("ptz_node_1"); }
 
-  simcam::SoapAnswer Move(const std::string& content) { return m_bench.Ptz("ContinuousMove", kProfile + content); }
+  simcam::SoapAnswer Move(const std::string& content) { return m_bench.Ptz("ContinuousMove", kFirstProfile + content); }
 
   Bench m_bench{"ptz-dome"};
 };
@@ -47,13 +41,13 @@ class Ptz : public testing::Test {
 TEST_F(Ptz, ContinuousMoveTurnsTheLensUntilItsTimeout) {
   EXPECT_EQ(Move(Velocity(PanTilt("0.5", "-1") + Zoom("1")) + "<Timeout>PT1S</Timeout>").httpStatus, 200);
   m_bench.Clock().Advance(milliseconds(500));
-  EXPECT_THAT(m_bench.Ptz("GetStatus", kProfile).body,
+  EXPECT_THAT(m_bench.Ptz("GetStatus", kFirstProfile).body,
               HasSubstr("<tt:MoveStatus><tt:PanTilt>MOVING</tt:PanTilt><tt:Zoom>MOVING</tt:Zoom></tt:MoveStatus>"));
   m_bench.Clock().Advance(seconds(5));
   EXPECT_DOUBLE_EQ(Position().pan, 0.2);
   EXPECT_DOUBLE_EQ(Position().tilt, -0.4);
   EXPECT_DOUBLE_EQ(Position().zoom, 0.25);
-  EXPECT_THAT(m_bench.Ptz("GetStatus", kProfile).body,
+  EXPECT_THAT(m_bench.Ptz("GetStatus", kFirstProfile).body,
               HasSubstr("<tt:PanTilt x=\"0.2\" y=\"-0.4\" "
                         "space=\"http://www.onvif.org/ver10/tptz/PanTiltSpaces/PositionGenericSpace\"/>"));
 }
@@ -69,7 +63,8 @@ TEST_F(Ptz, DurationsAreReadInAllTheirForms) {
        {std::pair("PT2S", 0.08), std::pair("PT0.5S", 0.02), std::pair("PT0M3S", 0.12), std::pair("P0DT0H0M4S", 0.16)}) {
     Bench bench("ptz-dome");
     const std::string timeout = std::string("<Timeout>") + text + "</Timeout>";
-    EXPECT_EQ(bench.Ptz("ContinuousMove", kProfile + Velocity(PanTilt("0.1", "0")) + timeout).httpStatus, 200) << text;
+    EXPECT_EQ(bench.Ptz("ContinuousMove", kFirstProfile + Velocity(PanTilt("0.1", "0")) + timeout).httpStatus, 200)
+        << text;
     bench.Clock().Advance(seconds(30));
     EXPECT_DOUBLE_EQ(bench.State().PositionOf("ptz_node_1")->pan, pan) << text;
   }
@@ -106,7 +101,7 @@ TEST_F(Ptz, ForeignSpaceIsRefused) {
 
 TEST_F(Ptz, RelativeMoveGoesTheDistance) {
   EXPECT_EQ(m_bench
-                .Ptz("RelativeMove", kProfile + Translation(PanTilt("0.0625", "0") + Zoom("0")) + "<Speed>" +
+                .Ptz("RelativeMove", kFirstProfile + Translation(PanTilt("0.0625", "0") + Zoom("0")) + "<Speed>" +
                                          PanTilt("1", "1") + Zoom("1") + "</Speed>")
                 .httpStatus,
             200);
@@ -115,10 +110,10 @@ TEST_F(Ptz, RelativeMoveGoesTheDistance) {
 }
 
 TEST_F(Ptz, RelativeMoveRefusesWhatIsOutOfRange) {
-  EXPECT_EQ(FaultCodes(m_bench.Ptz("RelativeMove", kProfile + Translation(PanTilt("-1.1", "0")))),
+  EXPECT_EQ(FaultCodes(m_bench.Ptz("RelativeMove", kFirstProfile + Translation(PanTilt("-1.1", "0")))),
             "env:Sender ter:InvalidArgVal ter:InvalidTranslation");
-  EXPECT_EQ(FaultCodes(
-                m_bench.Ptz("RelativeMove", kProfile + Translation(Zoom("0.1")) + "<Speed>" + Zoom("-1") + "</Speed>")),
+  EXPECT_EQ(FaultCodes(m_bench.Ptz("RelativeMove",
+                                   kFirstProfile + Translation(Zoom("0.1")) + "<Speed>" + Zoom("-1") + "</Speed>")),
             "env:Sender ter:InvalidArgVal ter:InvalidSpeed");
 }
 
@@ -126,7 +121,7 @@ TEST_F(Ptz, GotoHomePositionGoesHome) {
   Move(Velocity(PanTilt("1", "1") + Zoom("1")));
   m_bench.Clock().Advance(seconds(2));
   ASSERT_GT(Position().pan, 0);
-  EXPECT_EQ(m_bench.Ptz("GotoHomePosition", kProfile).httpStatus, 200);
+  EXPECT_EQ(m_bench.Ptz("GotoHomePosition", kFirstProfile).httpStatus, 200);
   m_bench.Clock().Advance(seconds(60));
   EXPECT_EQ(Position().pan, 0);
   EXPECT_EQ(Position().tilt, 0);
@@ -138,7 +133,7 @@ class PtzStatus : public Ptz {
  protected:
   std::string After(milliseconds time) {
     m_bench.Clock().Advance(time);
-    return m_bench.Ptz("GetStatus", kProfile).body;
+    return m_bench.Ptz("GetStatus", kFirstProfile).body;
   }
 };
 
@@ -161,12 +156,13 @@ TEST_F(PtzStatus, OfAContinuousMoveEndsAtTheLimit) {
 TEST_F(PtzStatus, OfAStoppedMoveIsIdleAtOnce) {
   Move(Velocity(PanTilt("1", "0")));
   EXPECT_THAT(After(seconds(1)), HasSubstr(kTurning));
-  m_bench.Ptz("Stop", kProfile);
+  m_bench.Ptz("Stop", kFirstProfile);
   EXPECT_THAT(After(milliseconds(0)), AllOf(HasSubstr("<tt:PanTilt x=\"0.4\" y=\"0\""), HasSubstr(kStanding)));
 }
 
 TEST_F(PtzStatus, OfARelativeMoveGoesOnFromThePresentPlace) {
-  const std::string half = kProfile + Translation(PanTilt("0.5", "0")) + "<Speed>" + PanTilt("1", "1") + "</Speed>";
+  const std::string half =
+      kFirstProfile + Translation(PanTilt("0.5", "0")) + "<Speed>" + PanTilt("1", "1") + "</Speed>";
   m_bench.Ptz("RelativeMove", half);
   EXPECT_THAT(After(seconds(1)), AllOf(HasSubstr("<tt:PanTilt x=\"0.4\" y=\"0\""), HasSubstr(kTurning)));
   m_bench.Ptz("RelativeMove", half);
@@ -177,14 +173,14 @@ TEST_F(PtzStatus, OfARelativeMoveGoesOnFromThePresentPlace) {
 TEST_F(PtzStatus, OfTheWayHomeTakesItsTime) {
   Move(Velocity(PanTilt("1", "0")) + "<Timeout>PT2S</Timeout>");
   After(seconds(5));
-  m_bench.Ptz("GotoHomePosition", kProfile);  // at half the speed, the default
+  m_bench.Ptz("GotoHomePosition", kFirstProfile);  // at half the speed, the default
   EXPECT_THAT(After(seconds(1)), HasSubstr(kTurning));
   EXPECT_DOUBLE_EQ(Position().pan, 0.6);
   EXPECT_THAT(After(seconds(3)), AllOf(HasSubstr("<tt:PanTilt x=\"0\" y=\"0\""), HasSubstr(kStanding)));
 }
 
 TEST_F(PtzStatus, OfTheWayToAPresetTakesItsTime) {
-  m_bench.Ptz("GotoPreset", kProfile + std::string("<PresetToken>preset_1</PresetToken>"));
+  m_bench.Ptz("GotoPreset", kFirstProfile + simcamtest::PresetToken("preset_1"));
   EXPECT_THAT(After(seconds(2)), AllOf(HasSubstr("<tt:PanTilt x=\"0.4\" y=\"-0.25\""), HasSubstr(kTurning)));
   EXPECT_THAT(After(seconds(1)), AllOf(HasSubstr("<tt:PanTilt x=\"0.5\" y=\"-0.25\""), HasSubstr(kStanding)));
 }
@@ -204,7 +200,7 @@ class VanishedClient : public testing::Test {
     return HttpConnection(m_camera.Port())
         .Post("/onvif/ptz_service",
               simcamtest::Envelope(simcamtest::SecurityHeader(token),
-                                   simcamtest::Element(operation, simcamtest::kPtz20Ns, kProfile + content)));
+                                   simcamtest::Element(operation, simcamtest::kPtz20Ns, kFirstProfile + content)));
   }
 
   double Pan() const { return m_camera.PositionOf("ptz_node_1")->pan; }
@@ -235,10 +231,10 @@ TEST_F(VanishedClient, ThatDidNotWaitForTheAnswerHasMovedTheLens) {
   {
     const HttpConnection connection(m_camera.Port());
     connection.Send(simcamtest::PostRequest(
-        "/onvif/ptz_service",
-        simcamtest::Envelope(simcamtest::SecurityHeader(token),
-                             simcamtest::Element("ContinuousMove", simcamtest::kPtz20Ns,
-                                                 kProfile + Velocity(PanTilt("1", "0")) + "<Timeout>PT1S</Timeout>"))));
+        "/onvif/ptz_service", simcamtest::Envelope(simcamtest::SecurityHeader(token),
+                                                   simcamtest::Element("ContinuousMove", simcamtest::kPtz20Ns,
+                                                                       kFirstProfile + Velocity(PanTilt("1", "0")) +
+                                                                           "<Timeout>PT1S</Timeout>"))));
     // The answer is never read: another connection tells when the camera has done what was asked.
     const auto deadline = std::chrono::steady_clock::now() + seconds(5);
     std::string status;
@@ -254,14 +250,14 @@ TEST_F(VanishedClient, ThatDidNotWaitForTheAnswerHasMovedTheLens) {
 TEST_F(Ptz, StopStopsAllAxesUnlessToldOtherwise) {
   Move(Velocity(PanTilt("1", "0") + Zoom("1")));
   m_bench.Clock().Advance(seconds(1));
-  m_bench.Ptz("Stop", std::string(kProfile) + "<PanTilt>false</PanTilt>");
+  m_bench.Ptz("Stop", kFirstProfile + "<PanTilt>false</PanTilt>");
   m_bench.Clock().Advance(seconds(1));
   EXPECT_DOUBLE_EQ(Position().pan, 0.8);
   EXPECT_DOUBLE_EQ(Position().zoom, 0.25);
-  m_bench.Ptz("Stop", kProfile);
+  m_bench.Ptz("Stop", kFirstProfile);
   m_bench.Clock().Advance(seconds(1));
   EXPECT_DOUBLE_EQ(Position().pan, 0.8);
-  EXPECT_EQ(FaultCodes(m_bench.Ptz("Stop", std::string(kProfile) + "<Zoom>no</Zoom>")), "env:Sender ter:InvalidArgVal");
+  EXPECT_EQ(FaultCodes(m_bench.Ptz("Stop", kFirstProfile + "<Zoom>no</Zoom>")), "env:Sender ter:InvalidArgVal");
 }
 
 TEST_F(Ptz, ProfilesThatCannotMoveAreRefused) {

@@ -4,11 +4,12 @@
 
 #include <algorithm>
 
+#include "tests/simcam/messages.h"
+
 namespace simcamtest {
 
 namespace {
 
-constexpr const char* kProfile = "<ProfileToken>profile_1</ProfileToken>";
 constexpr const char* kSetup =
     "<StreamSetup><Stream xmlns=\"http://www.onvif.org/ver10/schema\">RTP-Unicast</Stream><Transport "
     "xmlns=\"http://www.onvif.org/ver10/schema\"><Protocol>RTSP</Protocol></Transport></StreamSetup>";
@@ -25,18 +26,18 @@ const std::vector<Arguments>& SpecialArguments() {
       {"GetServices", "<IncludeCapability>false</IncludeCapability>"},
       {"CreateProfile", "<Name>New</Name>"},
       {"DeleteProfile", "<ProfileToken>profile_4</ProfileToken>"},
-      {"GetStreamUri", kProfile + std::string(kSetup)},
+      {"GetStreamUri", kFirstProfile + kSetup},
       {"GetVideoEncoderConfiguration", "<ConfigurationToken>vec_main</ConfigurationToken>"},
       {"GetGuaranteedNumberOfVideoEncoderInstances", "<ConfigurationToken>vsc_1</ConfigurationToken>"},
       {"GetAudioEncoderConfiguration", "<ConfigurationToken>aec_aac</ConfigurationToken>"},
       {"GetNode", "<NodeToken>ptz_node_1</NodeToken>"},
       {"GetConfiguration", "<PTZConfigurationToken>ptz_1</PTZConfigurationToken>"},
       {"GetConfigurationOptions", "<ConfigurationToken>ptz_1</ConfigurationToken>"},
-      {"ContinuousMove", std::string(kProfile) + "<Velocity>" + kVector + "</Velocity>"},
-      {"RelativeMove", std::string(kProfile) + "<Translation>" + kVector + "</Translation>"},
-      {"GotoPreset", std::string(kProfile) + "<PresetToken>preset_1</PresetToken>"},
-      {"RemovePreset", std::string(kProfile) + "<PresetToken>preset_1</PresetToken>"},
-      {"SetPreset", std::string(kProfile) + "<PresetName>Gate</PresetName>"},
+      {"ContinuousMove", kFirstProfile + "<Velocity>" + kVector + "</Velocity>"},
+      {"RelativeMove", kFirstProfile + "<Translation>" + kVector + "</Translation>"},
+      {"GotoPreset", kFirstProfile + "<PresetToken>preset_1</PresetToken>"},
+      {"RemovePreset", kFirstProfile + "<PresetToken>preset_1</PresetToken>"},
+      {"SetPreset", kFirstProfile + "<PresetName>Gate</PresetName>"},
   };
   return all;
 }
@@ -44,7 +45,7 @@ const std::vector<Arguments>& SpecialArguments() {
 std::string ContentOf(const std::string& operation) {
   const auto found = std::find_if(SpecialArguments().begin(), SpecialArguments().end(),
                                   [&](const Arguments& row) { return row.operation == operation; });
-  return found == SpecialArguments().end() ? kProfile : found->content;
+  return found == SpecialArguments().end() ? kFirstProfile : found->content;
 }
 
 bool Has(const simcam::SoapAnswer& answer, const std::string& text) {
@@ -52,6 +53,10 @@ bool Has(const simcam::SoapAnswer& answer, const std::string& text) {
 }
 
 }  // namespace
+
+void SwitchOn(Bench& bench, const std::string& quirk) {
+  bench.Quirks().SwitchOn(simcam::ParseQuirk(quirk));
+}
 
 simcam::SoapAnswer Ask(const Bench& bench, const std::string& operation) {
   for (const simcam::Operation& row : simcam::AllOperations()) {
@@ -70,7 +75,7 @@ void ExpectBent(const QuirkCase& row) {
   ASSERT_FALSE(gained.empty() && lost.empty()) << row.quirk;
   const simcam::SoapAnswer good = Ask(Bench("ptz-dome"), row.operation);
   Bench bench("ptz-dome");
-  bench.Quirks().SwitchOn(simcam::ParseQuirk(row.quirk));
+  SwitchOn(bench, row.quirk);
   const simcam::SoapAnswer bent = Ask(bench, row.operation);
   EXPECT_EQ(good.httpStatus, 200) << row.operation << ": " << good.body;
   EXPECT_TRUE(gained.empty() || !Has(good, gained)) << row.quirk << ": " << good.body;

@@ -15,6 +15,8 @@ struct QuirkCase {
   const char* lost;    // stands in the answer without the quirk alone; empty: nothing
 };
 
+void SwitchOn(Bench& bench, const std::string& quirk);
+
 // Sends the operation to the ptz-dome with arguments that are right for it.
 simcam::SoapAnswer Ask(const Bench& bench, const std::string& operation);
 

@@ -5,6 +5,7 @@
 #include "simcam/simcamera.h"
 #include "tests/simcam/bench.h"
 #include "tests/simcam/digestclient.h"
+#include "tests/simcam/messages.h"
 
 namespace {
 
@@ -13,6 +14,8 @@ using simcamtest::Bench;
 using simcamtest::Element;
 using simcamtest::Envelope;
 using simcamtest::FaultCodes;
+using simcamtest::kDevicePath;
+using simcamtest::kNotAuthorized;
 using simcamtest::MakeToken;
 using simcamtest::SecurityHeader;
 using simcamtest::Token;
@@ -20,8 +23,6 @@ using std::chrono::seconds;
 using testing::HasSubstr;
 using testing::Not;
 
-constexpr const char* kDevicePath = "/onvif/device_service";
-constexpr const char* kRefused = "env:Sender ter:NotAuthorized";
 constexpr const char* kMove =
     "<ProfileToken>profile_1</ProfileToken><Velocity><PanTilt x=\"0.5\" y=\"0\" "
     "xmlns=\"http://www.onvif.org/ver10/schema\"/></Velocity>";
@@ -49,8 +50,8 @@ class AuthenticationQuirk : public testing::Test {
 
 TEST_F(AuthenticationQuirk, WithoutQuirksOnlyRightTokensAreAccepted) {
   EXPECT_EQ(CodesOf(RightToken()), "");
-  EXPECT_EQ(CodesOf(WrongToken()), kRefused);
-  EXPECT_EQ(CodesOf(WrongToken(), "GetCapabilities"), kRefused);
+  EXPECT_EQ(CodesOf(WrongToken()), kNotAuthorized);
+  EXPECT_EQ(CodesOf(WrongToken(), "GetCapabilities"), kNotAuthorized);
   EXPECT_EQ(CodesOf(RightToken(), "GetCapabilities"), "");
   EXPECT_EQ(FaultCodes(Ask("", "GetCapabilities")), "");
   EXPECT_EQ(Refusal().httpStatus, 400);
@@ -64,19 +65,19 @@ TEST_F(AuthenticationQuirk, NoneAsksNobody) {
 
 TEST_F(AuthenticationQuirk, AllAsksAlsoForOpenOperations) {
   SwitchOn("auth-all");
-  EXPECT_EQ(FaultCodes(Ask("", "GetCapabilities")), kRefused);
+  EXPECT_EQ(FaultCodes(Ask("", "GetCapabilities")), kNotAuthorized);
   EXPECT_EQ(CodesOf(RightToken(), "GetCapabilities"), "");
 }
 
 TEST_F(AuthenticationQuirk, OpenOverlooksWrongTokens) {
   SwitchOn("auth-open-overlooks");
   EXPECT_EQ(CodesOf(WrongToken(), "GetCapabilities"), "");
-  EXPECT_EQ(CodesOf(WrongToken()), kRefused);
+  EXPECT_EQ(CodesOf(WrongToken()), kNotAuthorized);
 }
 
 TEST_F(AuthenticationQuirk, OpenRefusesRightTokens) {
   SwitchOn("auth-open-refuses");
-  EXPECT_EQ(CodesOf(RightToken(), "GetCapabilities"), kRefused);
+  EXPECT_EQ(CodesOf(RightToken(), "GetCapabilities"), kNotAuthorized);
   EXPECT_EQ(FaultCodes(Ask("", "GetCapabilities")), "");
   EXPECT_EQ(CodesOf(RightToken()), "");
 }
@@ -89,7 +90,7 @@ TEST_F(AuthenticationQuirk, LockoutCountsDownAndHoldsForTheRightPasswordToo) {
   m_bench.Clock().Advance(seconds(100));
   EXPECT_THAT(Ask(SecurityHeader(RightToken())).body, HasSubstr("is locked, try again in 200 seconds"));
   m_bench.Clock().Advance(seconds(199));
-  EXPECT_EQ(CodesOf(RightToken()), kRefused);
+  EXPECT_EQ(CodesOf(RightToken()), kNotAuthorized);
   m_bench.Clock().Advance(seconds(1));
   EXPECT_EQ(CodesOf(RightToken()), "");
 }
@@ -104,7 +105,7 @@ TEST_F(AuthenticationQuirk, LockoutForgetsWrongTriesAfterARightOne) {
 
 TEST_F(AuthenticationQuirk, LockoutDoesNotCountCallsWithoutToken) {
   SwitchOn("auth-lockout=1");
-  EXPECT_EQ(FaultCodes(Ask("")), kRefused);
+  EXPECT_EQ(FaultCodes(Ask("")), kNotAuthorized);
   EXPECT_EQ(CodesOf(RightToken()), "");
 }
 
@@ -113,50 +114,50 @@ TEST_F(AuthenticationQuirk, RoleOfAnOperatorMovesTheLensAndChangesNoProfile) {
   EXPECT_EQ(FaultCodes(m_bench.Media("GetProfiles")), "");
   EXPECT_EQ(FaultCodes(m_bench.Ptz("ContinuousMove", kMove)), "");
   EXPECT_EQ(FaultCodes(m_bench.Media("CreateProfile", "<Name>New</Name>")),
-            kRefused + std::string(" ter:OperationProhibited"));
+            kNotAuthorized + std::string(" ter:OperationProhibited"));
   EXPECT_EQ(m_bench.State().Profiles().size(), m_bench.Model().profiles.size());
 }
 
 TEST_F(AuthenticationQuirk, RoleOfAUserOnlyAsks) {
   SwitchOn("auth-role=user");
   EXPECT_EQ(FaultCodes(m_bench.Media("GetProfiles")), "");
-  EXPECT_EQ(FaultCodes(m_bench.Ptz("ContinuousMove", kMove)), kRefused + std::string(" ter:OperationProhibited"));
+  EXPECT_EQ(FaultCodes(m_bench.Ptz("ContinuousMove", kMove)), kNotAuthorized + std::string(" ter:OperationProhibited"));
 }
 
 TEST_F(AuthenticationQuirk, TokenRefusedHoldsForRightOnes) {
   SwitchOn("auth-token-refused");
-  EXPECT_EQ(CodesOf(RightToken()), kRefused);
+  EXPECT_EQ(CodesOf(RightToken()), kNotAuthorized);
   EXPECT_EQ(FaultCodes(Ask("", "GetCapabilities")), "");
 }
 
 TEST_F(AuthenticationQuirk, TokenPlainWantsThePasswordItself) {
   SwitchOn("auth-token-plain");
-  EXPECT_EQ(CodesOf(RightToken()), kRefused);
+  EXPECT_EQ(CodesOf(RightToken()), kNotAuthorized);
   Token token;
   token.user = "admin";
   token.type = "http://docs.oasis-open.org/wss/2004/01/oasis-200401-wss-username-token-profile-1.0#PasswordText";
   for (const char* const wrong : {"simcan", "simca", "simcamm"}) {
     token.password = wrong;
-    EXPECT_EQ(CodesOf(token), kRefused) << wrong;
+    EXPECT_EQ(CodesOf(token), kNotAuthorized) << wrong;
   }
   token.password = "simcam";
   EXPECT_EQ(CodesOf(token), "");
   token.user = "root";
-  EXPECT_EQ(CodesOf(token), kRefused);
+  EXPECT_EQ(CodesOf(token), kNotAuthorized);
 }
 
 TEST_F(AuthenticationQuirk, TokenNonceTextIsDigestedAsWritten) {
   SwitchOn("auth-token-nonce-text");
-  EXPECT_EQ(CodesOf(RightToken()), kRefused);
+  EXPECT_EQ(CodesOf(RightToken()), kNotAuthorized);
   EXPECT_EQ(CodesOf(simcamtest::MakeTokenOverNonceText("admin", "simcam", m_bench.Clock().UtcNow())), "");
   m_bench.Quirks().SwitchAllOff();
-  EXPECT_EQ(CodesOf(simcamtest::MakeTokenOverNonceText("admin", "simcam", m_bench.Clock().UtcNow())), kRefused);
+  EXPECT_EQ(CodesOf(simcamtest::MakeTokenOverNonceText("admin", "simcam", m_bench.Clock().UtcNow())), kNotAuthorized);
 }
 
 TEST_F(AuthenticationQuirk, TokenReplayIsLetPass) {
   const Token token = RightToken();
   EXPECT_EQ(CodesOf(token), "");
-  EXPECT_EQ(CodesOf(token), kRefused);
+  EXPECT_EQ(CodesOf(token), kNotAuthorized);
   SwitchOn("auth-token-replay");
   EXPECT_EQ(CodesOf(token), "");
   EXPECT_EQ(CodesOf(token), "");
@@ -168,10 +169,10 @@ TEST_F(AuthenticationQuirk, CreatedWithFractionIsAMatterOfTaste) {
   EXPECT_EQ(CodesOf(RightToken()), "");
   SwitchOn("auth-created-whole");
   EXPECT_EQ(CodesOf(whole()), "");
-  EXPECT_EQ(CodesOf(RightToken()), kRefused);
+  EXPECT_EQ(CodesOf(RightToken()), kNotAuthorized);
   m_bench.Quirks().SwitchAllOff();
   SwitchOn("auth-created-fraction");
-  EXPECT_EQ(CodesOf(whole()), kRefused);
+  EXPECT_EQ(CodesOf(whole()), kNotAuthorized);
   EXPECT_EQ(CodesOf(RightToken()), "");
 }
 
@@ -179,7 +180,7 @@ TEST_F(AuthenticationQuirk, StatusOfARefusalIsAsWished) {
   SwitchOn("auth-fault-status=200");
   const SoapAnswer answer = Refusal();
   EXPECT_EQ(answer.httpStatus, 200);
-  EXPECT_EQ(FaultCodes(answer), kRefused);
+  EXPECT_EQ(FaultCodes(answer), kNotAuthorized);
   EXPECT_EQ(m_bench.Media("GetProfile", "<ProfileToken>none</ProfileToken>").httpStatus, 400) << "no refusal";
 }
 
@@ -247,7 +248,7 @@ TEST_F(AuthenticationQuirk, ReasonIsEmptyOrForeign) {
 TEST_F(AuthenticationQuirk, NthCallAloneIsRefused) {
   SwitchOn("auth-token-refused@GetDeviceInformation#2");
   EXPECT_EQ(CodesOf(RightToken()), "");
-  EXPECT_EQ(CodesOf(RightToken()), kRefused);
+  EXPECT_EQ(CodesOf(RightToken()), kNotAuthorized);
   EXPECT_EQ(CodesOf(RightToken()), "");
 }
 
@@ -293,7 +294,7 @@ TEST_F(DigestQuirk, WantedAcceptsDigestAndNoToken) {
   SwitchOn("digest-wanted");
   const SoapAnswer refused = Send("", RightHeader());
   EXPECT_EQ(refused.httpStatus, 401);
-  EXPECT_EQ(FaultCodes(refused), kRefused);
+  EXPECT_EQ(FaultCodes(refused), kNotAuthorized);
   ASSERT_EQ(Challenges(refused).size(), 1U);
   EXPECT_EQ(simcamtest::ChallengeValue(Challenges(refused).front(), "algorithm"), "MD5");
   EXPECT_EQ(Send(Login()).httpStatus, 200);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/simcam/bench.h"
+#include "tests/simcam/messages.h"
 
 namespace {
 
@@ -10,13 +11,12 @@ using simcamtest::Bench;
 using simcamtest::Element;
 using simcamtest::Envelope;
 using simcamtest::FaultCodes;
+using simcamtest::kDevicePath;
+using simcamtest::kNotAuthorized;
 using std::chrono::hours;
 using std::chrono::seconds;
 using testing::HasSubstr;
 using testing::Not;
-
-constexpr const char* kDevicePath = "/onvif/device_service";
-constexpr const char* kRefused = "env:Sender ter:NotAuthorized";
 
 class ClockQuirk : public testing::Test {
  protected:
@@ -58,7 +58,7 @@ TEST_F(ClockQuirk, WithoutQuirksTheTrueTimeIsToldToAll) {
 TEST_F(ClockQuirk, OffsetMovesTheToldTimeAndTheCheck) {
   SwitchOn("clock-offset=-7200");
   EXPECT_THAT(Ask().body, HasSubstr(Moment("UTCDateTime", "10", "29")));
-  EXPECT_EQ(CodesWhenSigned(seconds(0)), kRefused);
+  EXPECT_EQ(CodesWhenSigned(seconds(0)), kNotAuthorized);
   EXPECT_EQ(CodesWhenSigned(hours(-2)), "");
 }
 
@@ -67,7 +67,7 @@ TEST_F(ClockQuirk, ResetStartsTheYearAnewWithTheCamera) {
   m_bench.Clock().Advance(hours(30));
   EXPECT_THAT(Ask().body, HasSubstr("<tt:Year>1970</tt:Year><tt:Month>1</tt:Month><tt:Day>2</tt:Day>"));
   EXPECT_THAT(Ask().body, HasSubstr("<tt:Hour>6</tt:Hour>"));
-  EXPECT_EQ(CodesWhenSigned(seconds(0)), kRefused);
+  EXPECT_EQ(CodesWhenSigned(seconds(0)), kNotAuthorized);
   EXPECT_EQ(CodesWhenSigned(-seconds(1709208000)), "");
 }
 
@@ -75,7 +75,7 @@ TEST_F(ClockQuirk, StepsLetTheClockStandAndJump) {
   SwitchOn("clock-steps=3600");
   m_bench.Clock().Advance(seconds(3599));
   EXPECT_THAT(Ask().body, HasSubstr(Moment("UTCDateTime", "12", "29")));
-  EXPECT_EQ(CodesWhenSigned(seconds(0)), kRefused);
+  EXPECT_EQ(CodesWhenSigned(seconds(0)), kNotAuthorized);
   m_bench.Clock().Advance(seconds(1));
   EXPECT_THAT(Ask().body, HasSubstr(Moment("UTCDateTime", "13", "29")));
   EXPECT_EQ(CodesWhenSigned(seconds(0)), "");
@@ -87,7 +87,7 @@ TEST_F(ClockQuirk, DriftGrowsWithTheTime) {
   EXPECT_EQ(CodesWhenSigned(seconds(0)), "");
   m_bench.Clock().Advance(hours(6));
   EXPECT_THAT(Ask().body, HasSubstr(Moment("UTCDateTime", "19", "29")));
-  EXPECT_EQ(CodesWhenSigned(seconds(0)), kRefused);
+  EXPECT_EQ(CodesWhenSigned(seconds(0)), kNotAuthorized);
   EXPECT_EQ(CodesWhenSigned(hours(1)), "");
 }
 
@@ -95,8 +95,8 @@ TEST_F(ClockQuirk, WindowRefusesWhatIsAlmostRight) {
   SwitchOn("clock-window=2");
   EXPECT_EQ(CodesWhenSigned(seconds(-2)), "");
   EXPECT_EQ(CodesWhenSigned(seconds(2)), "");
-  EXPECT_EQ(CodesWhenSigned(seconds(-3)), kRefused);
-  EXPECT_EQ(CodesWhenSigned(seconds(3)), kRefused);
+  EXPECT_EQ(CodesWhenSigned(seconds(-3)), kNotAuthorized);
+  EXPECT_EQ(CodesWhenSigned(seconds(3)), kNotAuthorized);
 }
 
 TEST_F(ClockQuirk, LocalAsUtcMisleadsThoseWhoFollow) {
@@ -105,7 +105,7 @@ TEST_F(ClockQuirk, LocalAsUtcMisleadsThoseWhoFollow) {
   EXPECT_THAT(answer.body, HasSubstr("<tt:Hour>1</tt:Hour>"));
   EXPECT_THAT(answer.body, HasSubstr("<tt:Month>3</tt:Month><tt:Day>1</tt:Day>"));
   EXPECT_THAT(answer.body, HasSubstr("<tt:TZ>LOC-13</tt:TZ>"));
-  EXPECT_EQ(CodesWhenSigned(hours(13)), kRefused);
+  EXPECT_EQ(CodesWhenSigned(hours(13)), kNotAuthorized);
   EXPECT_EQ(CodesWhenSigned(seconds(0)), "");
 }
 
@@ -140,7 +140,7 @@ TEST_F(ClockQuirk, ZerosAreNoDate) {
 
 TEST_F(ClockQuirk, NeedsCredentialsRefusesTheOpenQuestion) {
   SwitchOn("clock-needs-credentials");
-  EXPECT_EQ(FaultCodes(Ask()), kRefused);
+  EXPECT_EQ(FaultCodes(Ask()), kNotAuthorized);
   EXPECT_EQ(m_bench.Device("GetSystemDateAndTime").httpStatus, 200);
   const auto other = m_bench.Send(kDevicePath, Envelope("", Element("GetCapabilities", simcamtest::kDeviceNs)));
   EXPECT_EQ(other.httpStatus, 200) << "other open operations stay open";

@@ -12,15 +12,19 @@
 #include "simcam/rawanswer.h"
 #include "simcam/simcamera.h"
 #include "tests/simcam/client.h"
+#include "tests/simcam/messages.h"
 
 namespace {
 
 using simcam::SimCamera;
+using simcamtest::DateRequest;
 using simcamtest::Element;
 using simcamtest::Envelope;
 using simcamtest::HttpConnection;
 using simcamtest::HttpReply;
 using simcamtest::kDeviceNs;
+using simcamtest::kDevicePath;
+using simcamtest::kLongest;
 using simcamtest::kMediaNs;
 using testing::AllOf;
 using testing::ContainsRegex;
@@ -34,17 +38,11 @@ using testing::StartsWith;
 using End = HttpConnection::End;
 using Text = testing::Matcher<const std::string&>;
 
-constexpr const char* kDevicePath = "/onvif/device_service";
 #ifdef CAMAPI_EMULATED
 constexpr std::chrono::milliseconds kPatience{1500};  // for what must not come
 #else
 constexpr std::chrono::milliseconds kPatience{150};  // for what must not come
 #endif
-constexpr std::chrono::milliseconds kLongest{10000};  // for what must come
-
-std::string DateRequest() {
-  return Envelope("", Element("GetSystemDateAndTime", kDeviceNs));
-}
 
 std::string Posted() {
   return simcamtest::PostRequest(kDevicePath, DateRequest());
@@ -98,18 +96,18 @@ Text Surplus(long bytes) {
 const Text kWhole = HasSubstr("</env:Envelope>");
 const Text kSoap = AllOf(HasSubstr("<env:Envelope"), kWhole);
 
-struct Row {
+struct WireRow {
   const char* quirk;
   End end;
   Text shows;
 };
 
-void PrintTo(const Row& row, std::ostream* out) {
+void PrintTo(const WireRow& row, std::ostream* out) {
   *out << row.quirk;
 }
 
-const std::vector<Row>& Rows() {
-  static const std::vector<Row> rows = {
+const std::vector<WireRow>& WireRows() {
+  static const std::vector<WireRow> rows = {
       {"http-close", End::Closed, AllOf(HasSubstr("Connection: close\r\n"), kWhole)},
       {"http-silent-close", End::Closed, AllOf(Not(HasSubstr("Connection: close")), Surplus(0), kWhole)},
       {"http-idle-close=20", End::Closed, AllOf(Not(HasSubstr("Connection: close")), kWhole)},
@@ -192,9 +190,9 @@ HttpConnection::Everything Conversation(std::uint16_t port, End expected, const 
   return connection.ReceiveAll(expected == End::Silent ? kPatience : kLongest);
 }
 
-class HttpQuirk : public testing::TestWithParam<Row> {};
+class HttpQuirk : public testing::TestWithParam<WireRow> {};
 
-INSTANTIATE_TEST_SUITE_P(Table, HttpQuirk, testing::ValuesIn(Rows()), [](const auto& row) {
+INSTANTIATE_TEST_SUITE_P(Table, HttpQuirk, testing::ValuesIn(WireRows()), [](const auto& row) {
   std::string name = row.param.quirk;
   std::replace_if(
       name.begin(), name.end(), [](unsigned char c) { return std::isalnum(c) == 0; }, '_');
@@ -202,7 +200,7 @@ INSTANTIATE_TEST_SUITE_P(Table, HttpQuirk, testing::ValuesIn(Rows()), [](const a
 });
 
 TEST_P(HttpQuirk, ShowsOnTheWireAndOnlyThere) {
-  const Row& row = GetParam();
+  const WireRow& row = GetParam();
   SimCamera camera(simcam::LoadModel("fixed-box"));
   camera.SwitchOn(std::string(row.quirk) + "@GetSystemDateAndTime#1");
   const HttpConnection::Everything bent = Conversation(camera.Port(), row.end, row.shows);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "tests/simcam/messages.h"
 #include "tests/simcam/quirkcases.h"
 
 namespace {
@@ -12,16 +13,10 @@ using simcamtest::Ask;
 using simcamtest::Bench;
 using simcamtest::ExpectAllBent;
 using simcamtest::FaultCodes;
+using simcamtest::ProfileToken;
+using simcamtest::SwitchOn;
 using testing::HasSubstr;
 using testing::Not;
-
-void SwitchOn(Bench& bench, const std::string& quirk) {
-  bench.Quirks().SwitchOn(simcam::ParseQuirk(quirk));
-}
-
-std::string ProfileToken(const std::string& token) {
-  return "<ProfileToken>" + token + "</ProfileToken>";
-}
 
 int Count(const std::string& text, const std::string& part) {
   int count = 0;

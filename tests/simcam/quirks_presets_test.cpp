@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/simcam/messages.h"
 #include "tests/simcam/quirkcases.h"
 
 namespace {
@@ -10,19 +11,15 @@ using simcamtest::Ask;
 using simcamtest::Bench;
 using simcamtest::ExpectAllBent;
 using simcamtest::FaultCodes;
+using simcamtest::kFirstProfile;
+using simcamtest::kNoToken;
+using simcamtest::SwitchOn;
 using std::chrono::seconds;
 using testing::HasSubstr;
 using testing::Not;
 
-constexpr const char* kProfile = "<ProfileToken>profile_1</ProfileToken>";
-constexpr const char* kNoToken = "env:Sender ter:InvalidArgVal ter:NoToken";
-
-std::string PresetToken(const std::string& token) {
-  return kProfile + ("<PresetToken>" + token + "</PresetToken>");
-}
-
-void SwitchOn(Bench& bench, const std::string& quirk) {
-  bench.Quirks().SwitchOn(simcam::ParseQuirk(quirk));
+std::string PresetOfFirst(const std::string& token) {
+  return kFirstProfile + simcamtest::PresetToken(token);
 }
 
 double PanAfterAMinute(Bench& bench) {
@@ -80,7 +77,7 @@ TEST(PresetQuirks, NameIsNotTaken) {
   SwitchOn(bench, "preset-set-ignores-name");
   EXPECT_EQ(Ask(bench, "SetPreset").httpStatus, 200);
   EXPECT_EQ(bench.State().PresetsOf("ptz_node_1").back().name, "");
-  EXPECT_EQ(bench.Ptz("SetPreset", PresetToken("preset_1") + "<PresetName>New</PresetName>").httpStatus, 200);
+  EXPECT_EQ(bench.Ptz("SetPreset", PresetOfFirst("preset_1") + "<PresetName>New</PresetName>").httpStatus, 200);
   EXPECT_EQ(bench.State().PresetsOf("ptz_node_1").front().name, "Entrance");
 }
 
@@ -100,9 +97,9 @@ TEST(PresetQuirks, GotoGoesNowhere) {
 
 TEST(PresetQuirks, UnknownPresetIsGoneToSilently) {
   Bench bench("ptz-dome");
-  EXPECT_EQ(FaultCodes(bench.Ptz("GotoPreset", PresetToken("nobody"))), kNoToken);
+  EXPECT_EQ(FaultCodes(bench.Ptz("GotoPreset", PresetOfFirst("nobody"))), kNoToken);
   SwitchOn(bench, "preset-goto-unknown");
-  EXPECT_EQ(bench.Ptz("GotoPreset", PresetToken("nobody")).httpStatus, 200);
+  EXPECT_EQ(bench.Ptz("GotoPreset", PresetOfFirst("nobody")).httpStatus, 200);
   EXPECT_EQ(PanAfterAMinute(bench), 0);
   EXPECT_EQ(Ask(bench, "GotoPreset").httpStatus, 200);
   EXPECT_DOUBLE_EQ(PanAfterAMinute(bench), 0.5) << "the known one is still reached";
@@ -123,10 +120,10 @@ TEST(PresetQuirks, OddTokensAreShownAndNeeded) {
     SwitchOn(bench, std::string("preset-tokens-odd=") + kind);
     EXPECT_THAT(Ask(bench, "GetPresets").body, HasSubstr(std::string("token=\"") + token + "\"")) << kind;
     EXPECT_EQ(FaultCodes(Ask(bench, "GotoPreset")), kNoToken) << kind;
-    EXPECT_EQ(bench.Ptz("GotoPreset", PresetToken(token)).httpStatus, 200) << kind;
+    EXPECT_EQ(bench.Ptz("GotoPreset", PresetOfFirst(token)).httpStatus, 200) << kind;
     EXPECT_DOUBLE_EQ(PanAfterAMinute(bench), 0.5) << kind;
-    EXPECT_EQ(bench.Ptz("SetPreset", PresetToken(token)).httpStatus, 200) << kind;
-    EXPECT_EQ(bench.Ptz("RemovePreset", PresetToken(token)).httpStatus, 200) << kind;
+    EXPECT_EQ(bench.Ptz("SetPreset", PresetOfFirst(token)).httpStatus, 200) << kind;
+    EXPECT_EQ(bench.Ptz("RemovePreset", PresetOfFirst(token)).httpStatus, 200) << kind;
   }
 }
 
@@ -138,7 +135,7 @@ TEST(PresetQuirks, NewPresetHasAnOddTokenToo) {
 
 TEST(PresetQuirks, FactoryPresetsAreListedReachedAndKept) {
   Bench bench("ptz-dome");
-  EXPECT_EQ(FaultCodes(bench.Ptz("GotoPreset", PresetToken("factory_300"))), kNoToken);
+  EXPECT_EQ(FaultCodes(bench.Ptz("GotoPreset", PresetOfFirst("factory_300"))), kNoToken);
   SwitchOn(bench, "preset-factory");
   const std::string list = Ask(bench, "GetPresets").body;
   EXPECT_THAT(list,
@@ -146,9 +143,9 @@ TEST(PresetQuirks, FactoryPresetsAreListedReachedAndKept) {
                              HasSubstr("token=\"factory_300\"><tt:Name>Preset 300<"), Not(HasSubstr("factory_301"))));
   Ask(bench, "GotoPreset");
   ASSERT_DOUBLE_EQ(PanAfterAMinute(bench), 0.5);
-  EXPECT_EQ(bench.Ptz("GotoPreset", PresetToken("factory_300")).httpStatus, 200);
+  EXPECT_EQ(bench.Ptz("GotoPreset", PresetOfFirst("factory_300")).httpStatus, 200);
   EXPECT_DOUBLE_EQ(PanAfterAMinute(bench), 0);
-  EXPECT_EQ(FaultCodes(bench.Ptz("RemovePreset", PresetToken("factory_300"))), kNoToken);
+  EXPECT_EQ(FaultCodes(bench.Ptz("RemovePreset", PresetOfFirst("factory_300"))), kNoToken);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/simcam/messages.h"
 #include "tests/simcam/quirkcases.h"
 
 namespace {
@@ -10,42 +11,36 @@ using simcamtest::Ask;
 using simcamtest::Bench;
 using simcamtest::ExpectAllBent;
 using simcamtest::FaultCodes;
+using simcamtest::kFirstProfile;
+using simcamtest::kTtNamespace;
+using simcamtest::PanTilt;
+using simcamtest::Zoom;
 using std::chrono::seconds;
 using testing::HasSubstr;
 using testing::Not;
 
-constexpr const char* kProfile = "<ProfileToken>profile_1</ProfileToken>";
-constexpr const char* kTt = " xmlns=\"http://www.onvif.org/ver10/schema\"";
-constexpr const char* kMissing = "env:Sender ter:InvalidArgs";
+constexpr const char* kInvalidArgs = "env:Sender ter:InvalidArgs";
 constexpr const char* kNoSpace = "env:Sender ter:InvalidArgVal ter:SpaceNotSupported";
 
-std::string PanTilt(const std::string& x, const std::string& y) {
-  return "<PanTilt x=\"" + x + "\" y=\"" + y + "\"" + kTt + "/>";
-}
-
-std::string Zoom(const std::string& x) {
-  return "<Zoom x=\"" + x + "\"" + kTt + "/>";
-}
-
 // A camera with one quirk, whose lens is asked to move.
-class Lens {
+class BentLens {
  public:
-  explicit Lens(const std::string& quirk = "") {
+  explicit BentLens(const std::string& quirk = "") {
     if (!quirk.empty()) {
       m_bench.Quirks().SwitchOn(simcam::ParseQuirk(quirk));
     }
   }
 
   simcam::SoapAnswer Move(const std::string& axes, const std::string& timeout = "<Timeout>PT1S</Timeout>") {
-    return m_bench.Ptz("ContinuousMove", kProfile + ("<Velocity>" + axes + "</Velocity>") + timeout);
+    return m_bench.Ptz("ContinuousMove", kFirstProfile + ("<Velocity>" + axes + "</Velocity>") + timeout);
   }
 
   simcam::SoapAnswer Step(const std::string& axes) {
-    return m_bench.Ptz("RelativeMove", kProfile + ("<Translation>" + axes + "</Translation>"));
+    return m_bench.Ptz("RelativeMove", kFirstProfile + ("<Translation>" + axes + "</Translation>"));
   }
 
   simcam::SoapAnswer Do(const std::string& operation, const std::string& content = "") {
-    return m_bench.Ptz(operation, kProfile + content);
+    return m_bench.Ptz(operation, kFirstProfile + content);
   }
 
   simcam::LensPosition After(seconds time) {
@@ -111,11 +106,11 @@ TEST(PtzQuirks, BendTheStatus) {
 }
 
 TEST(PtzQuirks, StatusOfAMovingLensLies) {
-  Lens idle("ptz-status-always-idle");
+  BentLens idle("ptz-status-always-idle");
   idle.Move(PanTilt("1", "0"), "<Timeout>PT9S</Timeout>");
   EXPECT_GT(idle.After(seconds(1)).pan, 0);
   EXPECT_THAT(idle.Do("GetStatus").body, HasSubstr("<tt:PanTilt>IDLE<"));
-  Lens zero("ptz-status-zero-position");
+  BentLens zero("ptz-status-zero-position");
   zero.Move(PanTilt("1", "0") + Zoom("1"));
   EXPECT_DOUBLE_EQ(zero.After(seconds(5)).pan, 0.4);
   EXPECT_THAT(zero.Do("GetStatus").body, testing::AllOf(HasSubstr("<tt:PanTilt x=\"0\" y=\"0\""),
@@ -124,7 +119,7 @@ TEST(PtzQuirks, StatusOfAMovingLensLies) {
 
 // The right lens, as the tests below have it.
 TEST(PtzQuirks, WithoutThemTheLensObeys) {
-  Lens lens;
+  BentLens lens;
   EXPECT_EQ(lens.Move(PanTilt("0.5", "0") + Zoom("1")).httpStatus, 200);
   const simcam::LensPosition place = lens.After(seconds(60));
   EXPECT_DOUBLE_EQ(place.pan, 0.2);
@@ -146,7 +141,7 @@ TEST(PtzQuirks, MovesLeadElsewhere) {
                                                    {"ptz-zoom-ignored", 0.2, 0},
                                                    {"ptz-timeout-ignored", 1, 1},
                                                    {"ptz-move-ignored", 0, 0}}) {
-    Lens lens(row.quirk);
+    BentLens lens(row.quirk);
     EXPECT_EQ(lens.Move(PanTilt("0.5", "0") + Zoom("1")).httpStatus, 200) << row.quirk;
     const simcam::LensPosition place = lens.After(seconds(60));
     EXPECT_DOUBLE_EQ(place.pan, row.pan) << row.quirk;
@@ -157,7 +152,7 @@ TEST(PtzQuirks, MovesLeadElsewhere) {
 TEST(PtzQuirks, StepsLeadElsewhere) {
   for (const MoveCase& row :
        std::vector<MoveCase>{{"ptz-reversed", -0.25, 0}, {"ptz-zoom-ignored", 0.25, 0}, {"ptz-move-ignored", 0, 0}}) {
-    Lens lens(row.quirk);
+    BentLens lens(row.quirk);
     EXPECT_EQ(lens.Step(PanTilt("0.25", "0") + Zoom("0.25")).httpStatus, 200) << row.quirk;
     const simcam::LensPosition place = lens.After(seconds(60));
     EXPECT_DOUBLE_EQ(place.pan, row.pan) << row.quirk;
@@ -166,7 +161,7 @@ TEST(PtzQuirks, StepsLeadElsewhere) {
 }
 
 TEST(PtzQuirks, LensThatOnlyZoomsRefusesToTurn) {
-  Lens lens("ptz-zoom-only");
+  BentLens lens("ptz-zoom-only");
   EXPECT_EQ(FaultCodes(lens.Move(PanTilt("0.5", "0"))), kNoSpace);
   EXPECT_EQ(FaultCodes(lens.Step(PanTilt("0.5", "0"))), kNoSpace);
   EXPECT_EQ(lens.Move(PanTilt("0", "0") + Zoom("1")).httpStatus, 200);
@@ -174,21 +169,21 @@ TEST(PtzQuirks, LensThatOnlyZoomsRefusesToTurn) {
 }
 
 TEST(PtzQuirks, LensWithoutRelativeMovesRefusesThem) {
-  Lens lens("ptz-without-relative");
+  BentLens lens("ptz-without-relative");
   EXPECT_EQ(FaultCodes(lens.Step(PanTilt("0.5", "0"))), kNoSpace);
   EXPECT_EQ(lens.Move(PanTilt("0.5", "0")).httpStatus, 200);
 }
 
 TEST(PtzQuirks, HiddenServiceMovesTheLens) {
   for (const char* const quirk : {"ptz-unadvertised", "ptz-without-spaces", "ptz-configuration-hidden"}) {
-    Lens lens(quirk);
+    BentLens lens(quirk);
     EXPECT_EQ(lens.Move(PanTilt("0.5", "0")).httpStatus, 200);
     EXPECT_DOUBLE_EQ(lens.After(seconds(60)).pan, 0.2) << quirk;
   }
 }
 
 TEST(PtzQuirks, SecondProfileAloneMoves) {
-  Lens lens("ptz-second-profile-only");
+  BentLens lens("ptz-second-profile-only");
   EXPECT_EQ(FaultCodes(lens.Move(PanTilt("1", "0"))), "env:Sender ter:InvalidArgVal ter:NoPTZProfile");
   const std::string second = "<ProfileToken>profile_2</ProfileToken>";
   EXPECT_EQ(lens.Camera().Ptz("GetStatus", second).httpStatus, 200);
@@ -202,7 +197,7 @@ TEST(PtzQuirks, SecondProfileAloneMoves) {
 }
 
 TEST(PtzQuirks, ScaledRangesAreTakenAsTheyAreTold) {
-  Lens lens("ptz-range-scaled");
+  BentLens lens("ptz-range-scaled");
   EXPECT_EQ(lens.Move(PanTilt("50", "0") + Zoom("100")).httpStatus, 200);
   EXPECT_DOUBLE_EQ(lens.After(seconds(60)).pan, 0.2);
   EXPECT_EQ(FaultCodes(lens.Move(PanTilt("101", "0"))), "env:Sender ter:InvalidArgVal ter:InvalidVelocity");
@@ -212,17 +207,17 @@ TEST(PtzQuirks, SpacesInLowerCaseAreTaken) {
   const std::string axes = std::string(
                                "<PanTilt x=\"1\" y=\"0\" "
                                "space=\"http://www.onvif.org/ver10/tptz/pantiltspaces/velocitygenericspace\"") +
-                           kTt + "/>";
-  EXPECT_EQ(FaultCodes(Lens().Move(axes)), kNoSpace);
-  EXPECT_EQ(Lens("ptz-space-lower-case").Move(axes).httpStatus, 200);
+                           kTtNamespace + "/>";
+  EXPECT_EQ(FaultCodes(BentLens().Move(axes)), kNoSpace);
+  EXPECT_EQ(BentLens("ptz-space-lower-case").Move(axes).httpStatus, 200);
 }
 
 TEST(PtzQuirks, StopDoesNotStop) {
-  Lens lens("ptz-stop-ignored");
+  BentLens lens("ptz-stop-ignored");
   lens.Move(PanTilt("1", "0"), "<Timeout>PT60S</Timeout>");
   EXPECT_EQ(lens.Do("Stop").httpStatus, 200);
   EXPECT_EQ(lens.After(seconds(60)).pan, 1);
-  Lens refusing("ptz-stop-fault");
+  BentLens refusing("ptz-stop-fault");
   refusing.Move(PanTilt("1", "0"), "<Timeout>PT60S</Timeout>");
   EXPECT_EQ(FaultCodes(refusing.Do("Stop")), "env:Receiver ter:ActionNotSupported");
   EXPECT_EQ(refusing.Move(PanTilt("0", "0")).httpStatus, 200) << "a velocity of zero must do";
@@ -230,32 +225,33 @@ TEST(PtzQuirks, StopDoesNotStop) {
 }
 
 TEST(PtzQuirks, StopNeedsBothGroups) {
-  Lens lens("ptz-stop-needs-both");
-  EXPECT_EQ(FaultCodes(lens.Do("Stop")), kMissing);
-  EXPECT_EQ(FaultCodes(lens.Do("Stop", "<PanTilt>true</PanTilt>")), kMissing);
+  BentLens lens("ptz-stop-needs-both");
+  EXPECT_EQ(FaultCodes(lens.Do("Stop")), kInvalidArgs);
+  EXPECT_EQ(FaultCodes(lens.Do("Stop", "<PanTilt>true</PanTilt>")), kInvalidArgs);
   EXPECT_EQ(lens.Do("Stop", "<PanTilt>true</PanTilt><Zoom>true</Zoom>").httpStatus, 200);
 }
 
 TEST(PtzQuirks, MovesAreRefused) {
-  EXPECT_EQ(FaultCodes(Lens("ptz-zero-refused").Move(PanTilt("0", "0") + Zoom("0"))),
+  EXPECT_EQ(FaultCodes(BentLens("ptz-zero-refused").Move(PanTilt("0", "0") + Zoom("0"))),
             "env:Sender ter:InvalidArgVal ter:InvalidVelocity");
-  EXPECT_EQ(Lens("ptz-zero-refused").Move(PanTilt("0", "0") + Zoom("0.1")).httpStatus, 200);
-  EXPECT_EQ(FaultCodes(Lens("ptz-timeout-needed").Move(PanTilt("1", "0"), "")), kMissing);
-  EXPECT_EQ(Lens("ptz-timeout-needed").Move(PanTilt("1", "0")).httpStatus, 200);
-  EXPECT_EQ(FaultCodes(Lens("ptz-move-fault").Move(PanTilt("1", "0"))), "env:Receiver ter:Action");
-  EXPECT_EQ(FaultCodes(Lens("ptz-move-fault").Step(PanTilt("1", "0"))), "env:Receiver ter:Action");
+  EXPECT_EQ(BentLens("ptz-zero-refused").Move(PanTilt("0", "0") + Zoom("0.1")).httpStatus, 200);
+  EXPECT_EQ(FaultCodes(BentLens("ptz-timeout-needed").Move(PanTilt("1", "0"), "")), kInvalidArgs);
+  EXPECT_EQ(BentLens("ptz-timeout-needed").Move(PanTilt("1", "0")).httpStatus, 200);
+  EXPECT_EQ(FaultCodes(BentLens("ptz-move-fault").Move(PanTilt("1", "0"))), "env:Receiver ter:Action");
+  EXPECT_EQ(FaultCodes(BentLens("ptz-move-fault").Step(PanTilt("1", "0"))), "env:Receiver ter:Action");
 }
 
 TEST(PtzQuirks, HomeIsNotReached) {
-  Lens lens("ptz-home-ignored");
+  BentLens lens("ptz-home-ignored");
   lens.Move(PanTilt("1", "0"));
   EXPECT_EQ(lens.Do("GotoHomePosition").httpStatus, 200);
   EXPECT_DOUBLE_EQ(lens.After(seconds(60)).pan, 0.4);
-  EXPECT_EQ(FaultCodes(Lens("ptz-home-fault").Do("GotoHomePosition")), "env:Receiver ter:Action ter:NoHomePosition");
+  EXPECT_EQ(FaultCodes(BentLens("ptz-home-fault").Do("GotoHomePosition")),
+            "env:Receiver ter:Action ter:NoHomePosition");
 }
 
 TEST(PtzQuirks, HomeIsNotSet) {
-  Lens lens("ptz-home-not-set");
+  BentLens lens("ptz-home-not-set");
   lens.Move(PanTilt("1", "0"));
   lens.After(seconds(60));
   EXPECT_EQ(lens.Do("SetHomePosition").httpStatus, 200);

@@ -25,28 +25,28 @@ using testing::StartsWith;
 
 using Text = testing::Matcher<const std::string&>;
 
-enum class Ask { Information, Profiles, Fault, Encoder };
+enum class Question { Information, Profiles, Fault, Encoder };
 
-struct Row {
+struct XmlRow {
   const char* quirk;
-  Ask ask;
+  Question ask;
   Text shows;
   std::optional<bool> isXml;  // nothing: parsers differ
 };
 
-void PrintTo(const Row& row, std::ostream* out) {
+void PrintTo(const XmlRow& row, std::ostream* out) {
   *out << row.quirk;
 }
 
-std::string AnswerTo(const Bench& bench, Ask ask) {
+std::string AnswerTo(const Bench& bench, Question ask) {
   switch (ask) {
-    case Ask::Information:
+    case Question::Information:
       return bench.Device("GetDeviceInformation").body;
-    case Ask::Profiles:
+    case Question::Profiles:
       return bench.Media("GetProfiles").body;
-    case Ask::Encoder:
+    case Question::Encoder:
       return bench.Media("GetVideoEncoderConfigurations").body;
-    case Ask::Fault:
+    case Question::Fault:
       break;
   }
   return bench.Media("GetProfile", "<ProfileToken>unknown</ProfileToken>").body;
@@ -82,100 +82,105 @@ Text SizeFrom(std::size_t least) {
 
 const std::string kBoundary = "</env:Envelope>\n<?xml ";
 
-const std::vector<Row>& Rows() {
-  static const std::vector<Row> rows = {
-      {"xml-undeclared-prefix", Ask::Profiles, AllOf(Not(HasSubstr("xmlns:tt=")), HasSubstr("<tt:Name")), false},
-      {"xml-undeclared-prefix=env", Ask::Profiles, Not(HasSubstr("xmlns:env=")), false},
-      {"xml-default-namespace", Ask::Profiles,
+const std::vector<XmlRow>& XmlRows() {
+  static const std::vector<XmlRow> rows = {
+      {"xml-undeclared-prefix", Question::Profiles, AllOf(Not(HasSubstr("xmlns:tt=")), HasSubstr("<tt:Name")), false},
+      {"xml-undeclared-prefix=env", Question::Profiles, Not(HasSubstr("xmlns:env=")), false},
+      {"xml-default-namespace", Question::Profiles,
        AllOf(HasSubstr("<Envelope "), HasSubstr("<Name xmlns=\"http://www.onvif.org/ver10/schema\">"),
              HasSubstr("<GetProfilesResponse xmlns=\"http://www.onvif.org/ver10/media/wsdl\">")),
        true},
-      {"xml-prefixes", Ask::Fault, AllOf(HasSubstr("<SOAP-ENV:Fault>"), HasSubstr(">SOAP-ENV:Sender<")), true},
-      {"xml-prefixes=s", Ask::Profiles, HasSubstr("<s:Body>"), true},
-      {"xml-prefixes=soap", Ask::Profiles, HasSubstr("<soap:Body>"), true},
-      {"xml-prefixes=numbered", Ask::Profiles, AllOf(HasSubstr("<ns1:Body>"), HasSubstr("<ns3:Name>")), true},
-      {"xml-prefixes=upper", Ask::Fault, AllOf(HasSubstr("<ENV:Body>"), HasSubstr(">TER:InvalidArgVal<")), true},
-      {"xml-prefixes=misleading", Ask::Profiles,
+      {"xml-prefixes", Question::Fault, AllOf(HasSubstr("<SOAP-ENV:Fault>"), HasSubstr(">SOAP-ENV:Sender<")), true},
+      {"xml-prefixes=s", Question::Profiles, HasSubstr("<s:Body>"), true},
+      {"xml-prefixes=soap", Question::Profiles, HasSubstr("<soap:Body>"), true},
+      {"xml-prefixes=numbered", Question::Profiles, AllOf(HasSubstr("<ns1:Body>"), HasSubstr("<ns3:Name>")), true},
+      {"xml-prefixes=upper", Question::Fault, AllOf(HasSubstr("<ENV:Body>"), HasSubstr(">TER:InvalidArgVal<")), true},
+      {"xml-prefixes=misleading", Question::Profiles,
        AllOf(HasSubstr("xmlns:tds=\"http://www.onvif.org/ver10/schema\""), HasSubstr("<tds:Name>")), true},
-      {"xml-wrong-namespace", Ask::Profiles, HasSubstr("xmlns:trt=\"http://www.onvif.org/ver20/media/wsdl\""), true},
-      {"xml-wrong-namespace=schema", Ask::Profiles, HasSubstr("xmlns:tt=\"http://www.onvif.org/ver20/schema\""), true},
-      {"xml-soap11", Ask::Profiles, HasSubstr("http://schemas.xmlsoap.org/soap/envelope/"), true},
-      {"xml-soap11", Ask::Fault,
+      {"xml-wrong-namespace", Question::Profiles, HasSubstr("xmlns:trt=\"http://www.onvif.org/ver20/media/wsdl\""),
+       true},
+      {"xml-wrong-namespace=schema", Question::Profiles, HasSubstr("xmlns:tt=\"http://www.onvif.org/ver20/schema\""),
+       true},
+      {"xml-soap11", Question::Profiles, HasSubstr("http://schemas.xmlsoap.org/soap/envelope/"), true},
+      {"xml-soap11", Question::Fault,
        AllOf(HasSubstr("<faultcode>env:Client</faultcode><faultstring>"), HasSubstr("<detail>ter:NoProfile</detail>"),
              Not(HasSubstr("Subcode"))),
        true},
-      {"xml-soap11-fault", Ask::Fault, HasSubstr("<faultcode>env:Client</faultcode>"), true},
-      {"xml-header-first", Ask::Profiles,
+      {"xml-soap11-fault", Question::Fault, HasSubstr("<faultcode>env:Client</faultcode>"), true},
+      {"xml-header-first", Question::Profiles,
        ContainsRegex("<env:Envelope [^>]*><env:Header [^>]*><wsa:Action>GetProfilesResponse<"), true},
-      {"xml-header-first", Ask::Profiles, Not(ContainsRegex("<env:Envelope [^>]*><env:Body>")), true},
-      {"xml-no-body", Ask::Profiles, AllOf(HasSubstr("env:Envelope"), Not(HasSubstr("Body"))), true},
-      {"xml-empty-body", Ask::Profiles, HasSubstr("<env:Body/>"), true},
-      {"xml-response-name", Ask::Profiles, AllOf(HasSubstr("<trt:GetProfiles>"), Not(HasSubstr("Response"))), true},
-      {"xml-response-name=lower-case", Ask::Profiles, HasSubstr("<trt:getprofilesresponse>"), true},
-      {"xml-response-name=result", Ask::Profiles, HasSubstr("<trt:GetProfilesResult>"), true},
-      {"xml-html-page", Ask::Profiles, StartsWith("<!DOCTYPE html>"), false},
-      {"xml-empty-answer", Ask::Profiles, IsEmpty(), false},
-      {"xml-truncated", Ask::Profiles, Not(HasSubstr("</env:Envelope>")), false},
-      {"xml-doubled", Ask::Profiles, HasSubstr(kBoundary), false},
-      {"xml-trailing", Ask::Profiles, EndsWith(std::string(">\n\0", 3)), std::nullopt},
-      {"xml-trailing=text", Ask::Profiles, EndsWith("--boundary--\r\n"), false},
-      {"xml-invalid-bytes", Ask::Information, HasSubstr("\xFF\xC3("), false},
-      {"xml-invalid-bytes", Ask::Profiles, HasSubstr("\xFF\xC3("), false},
-      {"xml-latin1", Ask::Information, AllOf(HasSubstr("encoding=\"UTF-8\""), HasSubstr(" T\xFCr<")), false},
-      {"xml-latin1=declared", Ask::Information, AllOf(HasSubstr("encoding=\"ISO-8859-1\""), HasSubstr(" T\xFCr<")),
+      {"xml-header-first", Question::Profiles, Not(ContainsRegex("<env:Envelope [^>]*><env:Body>")), true},
+      {"xml-no-body", Question::Profiles, AllOf(HasSubstr("env:Envelope"), Not(HasSubstr("Body"))), true},
+      {"xml-empty-body", Question::Profiles, HasSubstr("<env:Body/>"), true},
+      {"xml-response-name", Question::Profiles, AllOf(HasSubstr("<trt:GetProfiles>"), Not(HasSubstr("Response"))),
        true},
-      {"xml-gbk", Ask::Information, HasSubstr(" \xC9\xE3\xCF\xF1\xBB\xFA<"), false},
-      {"xml-gbk=declared", Ask::Information, HasSubstr("encoding=\"GBK\""), true},
-      {"xml-utf16", Ask::Information, StartsWith(std::string("\xFF\xFE<\0?\0x\0m\0l\0", 12)), true},
-      {"xml-utf16=claimed", Ask::Information, StartsWith("<?xml version=\"1.0\" encoding=\"UTF-16\"?>"), std::nullopt},
-      {"xml-encoding-name", Ask::Information, HasSubstr("encoding=\"utf8\""), std::nullopt},
-      {"xml-encoding-name=GB2312", Ask::Information, HasSubstr("encoding=\"GB2312\""), true},
-      {"xml-bom", Ask::Information, StartsWith("\xEF\xBB\xBF<?xml"), true},
-      {"xml-leading-blanks", Ask::Information, StartsWith("\r\n\r\n<?xml"), false},
-      {"xml-no-declaration", Ask::Information, StartsWith("<env:Envelope"), true},
-      {"xml-version-1-1", Ask::Information, StartsWith("<?xml version=\"1.1\""), true},
-      {"xml-doctype", Ask::Information, HasSubstr("?>\n<!DOCTYPE Envelope>\n<env:Envelope"), true},
-      {"xml-entity", Ask::Information,
+      {"xml-response-name=lower-case", Question::Profiles, HasSubstr("<trt:getprofilesresponse>"), true},
+      {"xml-response-name=result", Question::Profiles, HasSubstr("<trt:GetProfilesResult>"), true},
+      {"xml-html-page", Question::Profiles, StartsWith("<!DOCTYPE html>"), false},
+      {"xml-empty-answer", Question::Profiles, IsEmpty(), false},
+      {"xml-truncated", Question::Profiles, Not(HasSubstr("</env:Envelope>")), false},
+      {"xml-doubled", Question::Profiles, HasSubstr(kBoundary), false},
+      {"xml-trailing", Question::Profiles, EndsWith(std::string(">\n\0", 3)), std::nullopt},
+      {"xml-trailing=text", Question::Profiles, EndsWith("--boundary--\r\n"), false},
+      {"xml-invalid-bytes", Question::Information, HasSubstr("\xFF\xC3("), false},
+      {"xml-invalid-bytes", Question::Profiles, HasSubstr("\xFF\xC3("), false},
+      {"xml-latin1", Question::Information, AllOf(HasSubstr("encoding=\"UTF-8\""), HasSubstr(" T\xFCr<")), false},
+      {"xml-latin1=declared", Question::Information, AllOf(HasSubstr("encoding=\"ISO-8859-1\""), HasSubstr(" T\xFCr<")),
+       true},
+      {"xml-gbk", Question::Information, HasSubstr(" \xC9\xE3\xCF\xF1\xBB\xFA<"), false},
+      {"xml-gbk=declared", Question::Information, HasSubstr("encoding=\"GBK\""), true},
+      {"xml-utf16", Question::Information, StartsWith(std::string("\xFF\xFE<\0?\0x\0m\0l\0", 12)), true},
+      {"xml-utf16=claimed", Question::Information, StartsWith("<?xml version=\"1.0\" encoding=\"UTF-16\"?>"),
+       std::nullopt},
+      {"xml-encoding-name", Question::Information, HasSubstr("encoding=\"utf8\""), std::nullopt},
+      {"xml-encoding-name=GB2312", Question::Information, HasSubstr("encoding=\"GB2312\""), true},
+      {"xml-bom", Question::Information, StartsWith("\xEF\xBB\xBF<?xml"), true},
+      {"xml-leading-blanks", Question::Information, StartsWith("\r\n\r\n<?xml"), false},
+      {"xml-no-declaration", Question::Information, StartsWith("<env:Envelope"), true},
+      {"xml-version-1-1", Question::Information, StartsWith("<?xml version=\"1.1\""), true},
+      {"xml-doctype", Question::Information, HasSubstr("?>\n<!DOCTYPE Envelope>\n<env:Envelope"), true},
+      {"xml-entity", Question::Information,
        AllOf(HasSubstr("<!ENTITY camera \"camera\">"), HasSubstr("&camera;</tds:Model>")), true},
-      {"xml-entity-bomb=3", Ask::Information,
+      {"xml-entity-bomb=3", Question::Information,
        AllOf(HasSubstr("<!ENTITY e3 \"&e2;&e2;"), HasSubstr("&e3;</tds:Model>"), Counts("&e1;", 10)), true},
-      {"xml-deep=500", Ask::Information,
+      {"xml-deep=500", Question::Information,
        AllOf(Counts("<Extension>", 500), Counts("</Extension>", 500),
              HasSubstr("</Extension></tds:GetDeviceInformationResponse>")),
        true},
-      {"xml-deep=500", Ask::Fault, HasSubstr("</Extension></env:Fault>"), true},
-      {"xml-huge=300000", Ask::Information, SizeFrom(300000), true},
-      {"xml-huge", Ask::Information, SizeFrom(5 * 1024 * 1024), true},
-      {"xml-many-elements=1000", Ask::Information, Counts("<Extension/>", 1000), true},
-      {"xml-many-attributes=1000", Ask::Information, AllOf(HasSubstr(" a999=\"\"/>"), Counts("=\"\"", 1000)), true},
-      {"xml-blanks-in-values", Ask::Information, ContainsRegex("<tds:Model>\r\n  [^<]* \r\n</tds:Model>"), true},
-      {"xml-null-values", Ask::Profiles, HasSubstr("<tt:Name>(null)</tt:Name>"), true},
-      {"xml-null-values=Model", Ask::Information, HasSubstr("<tds:Model>(null)</tds:Model>"), true},
-      {"xml-empty-values", Ask::Profiles, AllOf(HasSubstr("<tt:Name/>"), Not(HasSubstr("<tt:Name>p"))), true},
-      {"xml-nil-values", Ask::Profiles,
+      {"xml-deep=500", Question::Fault, HasSubstr("</Extension></env:Fault>"), true},
+      {"xml-huge=300000", Question::Information, SizeFrom(300000), true},
+      {"xml-huge", Question::Information, SizeFrom(5 * 1024 * 1024), true},
+      {"xml-many-elements=1000", Question::Information, Counts("<Extension/>", 1000), true},
+      {"xml-many-attributes=1000", Question::Information, AllOf(HasSubstr(" a999=\"\"/>"), Counts("=\"\"", 1000)),
+       true},
+      {"xml-blanks-in-values", Question::Information, ContainsRegex("<tds:Model>\r\n  [^<]* \r\n</tds:Model>"), true},
+      {"xml-null-values", Question::Profiles, HasSubstr("<tt:Name>(null)</tt:Name>"), true},
+      {"xml-null-values=Model", Question::Information, HasSubstr("<tds:Model>(null)</tds:Model>"), true},
+      {"xml-empty-values", Question::Profiles, AllOf(HasSubstr("<tt:Name/>"), Not(HasSubstr("<tt:Name>p"))), true},
+      {"xml-nil-values", Question::Profiles,
        AllOf(HasSubstr("<tt:Name xsi:nil=\"true\"/>"),
              HasSubstr("xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\"")),
        true},
-      {"xml-decimals", Ask::Encoder, ContainsRegex("<tt:FrameRateLimit>[0-9]+\\.0</tt:FrameRateLimit>"), true},
-      {"xml-units", Ask::Encoder,
+      {"xml-decimals", Question::Encoder, ContainsRegex("<tt:FrameRateLimit>[0-9]+\\.0</tt:FrameRateLimit>"), true},
+      {"xml-units", Question::Encoder,
        AllOf(ContainsRegex("<tt:FrameRateLimit>[0-9]+ fps</"), ContainsRegex("<tt:BitrateLimit>[0-9]+ kbps</"),
              ContainsRegex("<tt:Width>[0-9]+ px</")),
        true},
-      {"xml-doubled-values", Ask::Information, AllOf(Counts("</tds:Model>", 2), Counts("</tds:SerialNumber>", 2)),
+      {"xml-doubled-values", Question::Information, AllOf(Counts("</tds:Model>", 2), Counts("</tds:SerialNumber>", 2)),
        true},
-      {"xml-markup-in-values", Ask::Information, HasSubstr("<tds:Model><!-- value -->"), true},
-      {"xml-markup-in-values=instruction", Ask::Information, HasSubstr("<tds:Model><?value?>"), true},
-      {"xml-markup-in-values=cdata", Ask::Information,
+      {"xml-markup-in-values", Question::Information, HasSubstr("<tds:Model><!-- value -->"), true},
+      {"xml-markup-in-values=instruction", Question::Information, HasSubstr("<tds:Model><?value?>"), true},
+      {"xml-markup-in-values=cdata", Question::Information,
        ContainsRegex("<tds:Model><!\\[CDATA\\[[^]]+\\]\\]></tds:Model>"), true},
-      {"xml-character-references", Ask::Information, ContainsRegex("<tds:Model>(&#[0-9]+;)+</tds:Model>"), true},
-      {"xml-raw-ampersand", Ask::Information, HasSubstr(" & Co</tds:Model>"), false},
+      {"xml-character-references", Question::Information, ContainsRegex("<tds:Model>(&#[0-9]+;)+</tds:Model>"), true},
+      {"xml-raw-ampersand", Question::Information, HasSubstr(" & Co</tds:Model>"), false},
   };
   return rows;
 }
 
-class XmlQuirk : public testing::TestWithParam<Row> {};
+class XmlQuirk : public testing::TestWithParam<XmlRow> {};
 
-INSTANTIATE_TEST_SUITE_P(Table, XmlQuirk, testing::ValuesIn(Rows()), [](const auto& row) {
+INSTANTIATE_TEST_SUITE_P(Table, XmlQuirk, testing::ValuesIn(XmlRows()), [](const auto& row) {
   std::string name = row.param.quirk;
   std::replace_if(
       name.begin(), name.end(), [](unsigned char c) { return std::isalnum(c) == 0; }, '_');
@@ -183,7 +188,7 @@ INSTANTIATE_TEST_SUITE_P(Table, XmlQuirk, testing::ValuesIn(Rows()), [](const au
 });
 
 TEST_P(XmlQuirk, ShowsInTheAnswerAndOnlyThere) {
-  const Row& row = GetParam();
+  const XmlRow& row = GetParam();
   const Bench bench("ptz-dome");
   const std::string plain = AnswerTo(bench, row.ask);
   EXPECT_TRUE(IsXml(plain));
@@ -201,7 +206,8 @@ TEST_P(XmlQuirk, ShowsInTheAnswerAndOnlyThere) {
 TEST(XmlQuirks, Soap11FaultLeavesOtherAnswersAsTheyAre) {
   Bench bench("ptz-dome");
   bench.Quirks().SwitchOn(simcam::ParseQuirk("xml-soap11-fault"));
-  EXPECT_THAT(AnswerTo(bench, Ask::Information), HasSubstr("xmlns:env=\"http://www.w3.org/2003/05/soap-envelope\""));
+  EXPECT_THAT(AnswerTo(bench, Question::Information),
+              HasSubstr("xmlns:env=\"http://www.w3.org/2003/05/soap-envelope\""));
 }
 
 // Every quirk of the group meets what every other has left: nothing may fail.
@@ -215,7 +221,7 @@ TEST(XmlQuirks, StandEachOther) {
       };
       bench.Quirks().SwitchOn(simcam::ParseQuirk(textOf(first)));
       bench.Quirks().SwitchOn(simcam::ParseQuirk(textOf(second)));
-      for (const Ask ask : {Ask::Information, Ask::Fault}) {
+      for (const Question ask : {Question::Information, Question::Fault}) {
         EXPECT_NO_THROW(AnswerTo(bench, ask)) << first.name << " " << second.name;
       }
     }

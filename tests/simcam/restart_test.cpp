@@ -11,7 +11,7 @@
 
 namespace {
 
-using nlohmann::json;
+using Json = nlohmann::json;
 using simcam::SimCamera;
 using simcamtest::Element;
 using simcamtest::Envelope;
@@ -60,7 +60,7 @@ TEST_F(Reboot, EndsConnectionsAndAnswersNothingUntilItsTimeIsOver) {
   ASSERT_EQ(Ask(kept, MakeToken()), 200);
   const HttpReply reply = Tell("/reboot", "2000");
   EXPECT_EQ(reply.status, 200);
-  EXPECT_EQ(json::parse(reply.body), json::parse(R"({"down": 2000})"));
+  EXPECT_EQ(Json::parse(reply.body), Json::parse(R"({"down": 2000})"));
   EXPECT_TRUE(kept.IsClosedByPeer());
   EXPECT_EQ(Ask(MakeToken()), 0);
   m_clock->Advance(milliseconds(1999));
@@ -133,7 +133,7 @@ TEST_F(Disconnect, EndsAllConnectionsAndWelcomesNewOnes) {
   ASSERT_EQ(Ask(second, MakeToken()), 200);
   const HttpReply reply = Tell("/disconnect");
   EXPECT_EQ(reply.status, 200);
-  EXPECT_EQ(json::parse(reply.body), json::parse(R"({"disconnected": 2})"));
+  EXPECT_EQ(Json::parse(reply.body), Json::parse(R"({"disconnected": 2})"));
   EXPECT_TRUE(first.IsClosedByPeer());
   EXPECT_TRUE(second.IsClosedByPeer());
   EXPECT_EQ(Ask(MakeToken()), 200);
@@ -154,7 +154,7 @@ class ChangedAccount : public RunningCamera {};
 TEST_F(ChangedAccount, TakesThePlaceOfTheOneBefore) {
   const HttpReply reply = Tell("/account", "root\nnew secret\n");
   EXPECT_EQ(reply.status, 200);
-  EXPECT_EQ(json::parse(reply.body), json::parse(R"({"user": "root"})"));
+  EXPECT_EQ(Json::parse(reply.body), Json::parse(R"({"user": "root"})"));
   EXPECT_EQ(Ask(MakeToken()), 400);
   EXPECT_EQ(Ask(MakeToken("new secret")), 400) << "the user name has changed as well";
   EXPECT_EQ(Ask(MakeToken("new secret", "root")), 200);

@@ -41,6 +41,10 @@ std::string Envelope(std::string_view body, std::string_view ptzNamespace) {
   return text + "<soapenv:Body>" + std::string(body) + "</soapenv:Body></soapenv:Envelope>";
 }
 
+std::string Element(std::string_view name, std::string_view content) {
+  return "<" + std::string(name) + ">" + std::string(content) + "</" + std::string(name) + ">";
+}
+
 std::string FaultEnvelope(std::string_view subcode, std::string_view reason) {
   std::string fault = "<soapenv:Fault><soapenv:Code><soapenv:Value>soapenv:Sender</soapenv:Value>";
   fault += "<soapenv:Subcode><soapenv:Value>" + std::string(subcode) + "</soapenv:Value></soapenv:Subcode>";

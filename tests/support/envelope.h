@@ -12,6 +12,9 @@ inline constexpr std::string_view kPtz10Namespace = "http://www.onvif.org/ver10/
 /// and `body` as its Body's content.
 std::string Envelope(std::string_view body, std::string_view ptzNamespace = kPtz20Namespace);
 
+/// `<name>content</name>`, both as they are.
+std::string Element(std::string_view name, std::string_view content);
+
 /// The envelope of a fault with one Subcode and one Reason, both pasted in as they are.
 std::string FaultEnvelope(std::string_view subcode, std::string_view reason);
 

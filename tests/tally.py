@@ -1,0 +1,54 @@
+#!/usr/bin/env python3
+"""Counts the tests of one run of CTest.
+
+usage: tally.py REPORT FOLDER
+
+REPORT is what CTest wrote (--output-junit). A test of CTest may be a whole test program; FOLDER then has the program's own
+report, named after it, and its tests are counted in place of the one. A program that ended without a report, or badly
+after one without failures, is one failed test.
+
+Prints four numbers, how many tests ran, failed, were skipped, and were skipped for want of a private /var/log. A second
+line says why the tests of RTSP streams were left out, if they were.
+"""
+import pathlib
+import re
+import sys
+import xml.etree.ElementTree as xml
+
+UNSTREAMED = re.compile(r"skipped: (no RTSP streams: .*)")
+
+
+def cases(report):
+    return list(xml.parse(report).getroot().iter("testcase"))
+
+
+def has_failed(case):
+    return case.find("failure") is not None or case.find("error") is not None
+
+
+def of_program(case, folder):
+    """What a test of CTest stands for: the tests of a program's own report, or the test itself."""
+    report = folder / (case.get("name") + ".xml")
+    if not report.exists():
+        return [case]
+    inside = cases(report)
+    return inside + [case] if has_failed(case) and not any(map(has_failed, inside)) else inside
+
+
+def text_of(case):
+    return " ".join([*case.itertext(), *(element.get("message", "") for element in case.iter())])
+
+
+def main():
+    folder = pathlib.Path(sys.argv[2])
+    tests = [test for case in cases(sys.argv[1]) for test in of_program(case, folder)]
+    skipped = [text_of(test) for test in tests if test.find("skipped") is not None]
+    print(len(tests) - len(skipped), sum(map(has_failed, tests)), len(skipped),
+          sum("no private /var/log" in text for text in skipped))
+    unstreamed = next(filter(None, map(UNSTREAMED.search, skipped)), None)
+    if unstreamed:
+        print(unstreamed.group(1))
+
+
+if __name__ == "__main__":
+    main()
