@@ -9,7 +9,6 @@ namespace camctl {
 
 namespace {
 
-
 // Cameras allow from a few seconds to some minutes.
 constexpr std::chrono::milliseconds kNoticeable(5000);
 

@@ -29,9 +29,16 @@ endif()
 file(RELATIVE_PATH camapi_libraries_from_programs "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
 set(CMAKE_INSTALL_RPATH "$ORIGIN" "$ORIGIN/${camapi_libraries_from_programs}")
 
+# What programs that were linked with a library find it by. While the first number of the version is 0, another second
+# number is another interface.
+set(camapi_interface_version "${PROJECT_VERSION_MAJOR}")
+if(PROJECT_VERSION_MAJOR EQUAL 0)
+  string(APPEND camapi_interface_version ".${PROJECT_VERSION_MINOR}")
+endif()
+
 # camapi_version_library(TARGET): version and name of a shared library for the loader.
 function(camapi_version_library target)
-  set_target_properties(${target} PROPERTIES VERSION "${PROJECT_VERSION}" SOVERSION "${PROJECT_VERSION_MAJOR}")
+  set_target_properties(${target} PROPERTIES VERSION "${PROJECT_VERSION}" SOVERSION "${camapi_interface_version}")
 endfunction()
 
 # camapi_public_headers(TARGET HEADERS...): headers of the current folder that are installed with the library.

@@ -2,7 +2,7 @@
 # that once for all packages, and needs no shell. The scripts are taken out again.
 set(content "${CPACK_TEMPORARY_DIRECTORY}/repacked")
 foreach(package IN LISTS CPACK_PACKAGE_FILES)
-  if(package MATCHES "/lib[^/]*[0-9]_[^/]*\\.deb$")
+  if(package MATCHES "/${CPACK_DEBIAN_LIBRARY_PACKAGE_NAME}_[^/]*\\.deb$")
     file(REMOVE_RECURSE "${content}")
     execute_process(COMMAND dpkg-deb --raw-extract "${package}" "${content}" COMMAND_ERROR_IS_FATAL ANY)
     file(REMOVE "${content}/DEBIAN/postinst" "${content}/DEBIAN/postrm")

@@ -68,10 +68,11 @@ trim_sysroot() {
   rm -rf "$1"/usr/{bin,sbin,games,libexec,src} "$1"/usr/share/{doc,man,locale,info}
 }
 
-# need_sysroot ARCH: makes build/sysroot-ARCH when it is not there.
+# need_sysroot ARCH: makes build/sysroot-ARCH when it is not there, or was made of other packages.
 need_sysroot() {
   local dir=$root/build/sysroot-$1 log=$root/build/sysroot-$1.log mirror
-  [ ! -d "$dir" ] || return 0
+  local made_of="$dir/packages" wanted="$sysroot_release ${sysroot_packages[*]}"
+  [ "$(cat "$made_of" 2>/dev/null)" != "$wanted" ] || return 0
   mirror=$(sysroot_mirror)
   if [ -z "$mirror" ]; then
     echo "No sysroot for $1: the sources of apt have no \"$sysroot_release main\". Add one, run apt-get update, try again." >&2
@@ -85,5 +86,8 @@ need_sysroot() {
     echo "No sysroot for $1: its packages could not be fetched; see above and in build/sysroot-$1.log" >&2
     return 1
   fi
-  trim_sysroot "$dir.part" && link_inside "$dir.part" && mv "$dir.part" "$dir"
+  trim_sysroot "$dir.part" && link_inside "$dir.part" || return 1
+  echo "$wanted" >"$dir.part/packages"
+  rm -rf --one-file-system "$dir"
+  mv "$dir.part" "$dir"
 }

@@ -51,10 +51,36 @@ std::string CommandNames(const Page& page, const char* separator) {
   return Joined(names, separator);
 }
 
+bool WantsValue(const Option& option) {
+  return !option.value.empty() && option.value.front() != '[';
+}
+
+std::string NamesWithValue(const Page& page) {
+  std::vector<std::string> names;
+  for (const Option& option : page.options) {
+    if (WantsValue(option)) names.insert(names.end(), option.names.begin(), option.names.end());
+  }
+  return Joined(names, "|");
+}
+
+// The first word that is a command, and not the value of an option.
+std::string FindCommand(const Page& page) {
+  return "  local typed before= command=\n"
+         "  for typed in \"${COMP_WORDS[@]:1:COMP_CWORD-1}\"; do\n"
+         "    [[ $typed != = ]] || continue\n"
+         "    case $before in " +
+         NamesWithValue(page) +
+         ") before=; continue ;; esac\n"
+         "    case $typed in " +
+         CommandNames(page, "|") +
+         ") command=$typed; break ;; esac\n"
+         "    before=$typed\n"
+         "  done\n";
+}
+
 std::string CommandPart(const Page& page) {
   if (page.commands.empty()) return {};
-  std::string text = "  local typed command=\n  for typed in \"${COMP_WORDS[@]:1:COMP_CWORD-1}\"; do\n";
-  text += "    case $typed in " + CommandNames(page, "|") + ") command=$typed; break ;; esac\n  done\n";
+  std::string text = FindCommand(page);
   text += "  case $command in\n    '') words+=' " + CommandNames(page, " ") + "' ;;\n";
   for (const Command& command : page.commands) text += CommandCase(command);
   return text + "  esac\n";
@@ -67,6 +93,8 @@ std::string CompletionOf(const Page& page) {
   AddNames(page.options, names);
   std::string text = "# Completion of " + page.program + " for bash. Generated from what --help says.\n";
   text += "_" + page.program + "() {\n  local word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]}\n";
+  // Bash takes the "=" of --option=value for a word.
+  text += "  [[ $word != = ]] || word=\n  [[ $previous != = ]] || previous=${COMP_WORDS[COMP_CWORD-2]}\n";
   text += "  local words='" + Joined(names, " ") + "'\n  COMPREPLY=()\n  case $previous in\n";
   for (const Option& option : page.options) text += ValueCase(option);
   for (const Command& command : page.commands) {

@@ -26,7 +26,8 @@ TEST(ReadDirection, NamesAndCodes) {
 
 TEST(ReadDirection, NearMisses) {
   for (const char* text : {"", "Left", "left ", "+1", "-1", "1.0"}) {
-    EXPECT_THAT(ErrorOfDirection(text), testing::HasSubstr("is no direction; give right, up, left, down, in, out, home"))
+    EXPECT_THAT(ErrorOfDirection(text),
+                testing::HasSubstr("is no direction; give right, up, left, down, in, out, home"))
         << text;
   }
   EXPECT_THAT(ErrorOfDirection("100"), testing::HasSubstr("from 0 to 99"));

@@ -64,7 +64,7 @@ def install():
     fresh("root")
     for component in ("library", "development"):
         run(CMAKE, "--install", BUILD_DIR, "--prefix", ROOT, "--component", component)
-    for pattern in ("**/libcamapi-onvif.so.0", "**/libcamapi-platform.so.0", "**/LICENSE", "**/docs/behaviour.md",
+    for pattern in ("**/libcamapi-onvif.so.0.1", "**/libcamapi-platform.so.0.1", "**/LICENSE", "**/docs/behaviour.md",
                     "include/camapi-onvif/onvif/camapi-onvif.h", "include/camapi-onvif/platform/cameraapi.h"):
         require(len(installed(pattern)) == 1, f"{pattern}: installed are {installed(pattern)}")
     require(not installed("bin/*"), "programs are a component of their own")

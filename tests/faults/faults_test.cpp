@@ -19,7 +19,7 @@ constexpr std::size_t kMostShown = 25;
 constexpr std::size_t kOneIn = 15;
 constexpr std::size_t kLeastCases = 1500;
 #else
-constexpr std::size_t kOneIn = 3;
+constexpr std::size_t kOneIn = 5;
 constexpr std::size_t kLeastCases = 5000;
 #endif
 constexpr char kAllVariable[] = "CAMAPI_ALL_FAULTS";

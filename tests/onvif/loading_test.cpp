@@ -168,7 +168,7 @@ TEST(DriverLibrary, NeedsThePlatformAndLibxml2OnlyBesidesTheRuntime) {
   std::vector<std::string> needed = NeededLibraries();
   needed.erase(std::remove_if(needed.begin(), needed.end(), IsLanguageRuntime), needed.end());
 
-  EXPECT_THAT(needed, testing::UnorderedElementsAre("libcamapi-platform.so.0", testing::StartsWith("libxml2.so.")));
+  EXPECT_THAT(needed, testing::UnorderedElementsAre("libcamapi-platform.so.0.1", testing::StartsWith("libxml2.so.")));
 }
 
 bool IsOfThePublicClasses(const std::string& name) {

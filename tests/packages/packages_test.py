@@ -19,10 +19,10 @@ RUN_S = 800  # longest time of one command, generous for machines that have othe
 
 LIBRARIES = os.path.join("usr", VALUES["CAMAPI_LIBDIR"])  # "usr/lib/x86_64-linux-gnu" where the build is for /usr
 
-LIBRARY, DEVELOPMENT, TOOLS = "libcamapi-onvif0", "libcamapi-onvif-dev", "camapi-tools"
+LIBRARY, DEVELOPMENT, TOOLS = "libcamapi-onvif0.1", "libcamapi-onvif-dev", "camapi-tools"
 # Of each package: what it depends on besides the C and C++ runtime, and some of its files.
 EXPECTED = {
-    LIBRARY: (["libxml2", "libcurl4"], [f"{LIBRARIES}/libcamapi-onvif.so.0", f"{LIBRARIES}/libcamapi-platform.so.0"]),
+    LIBRARY: (["libxml2", "libcurl4"], [f"{LIBRARIES}/libcamapi-onvif.so.0.1", f"{LIBRARIES}/libcamapi-platform.so.0.1"]),
     DEVELOPMENT: ([LIBRARY, "libxml2-dev"],
                   ["usr/include/camapi-onvif/onvif/camapi-onvif.h", f"{LIBRARIES}/libcamapi-onvif.so",
                    f"{LIBRARIES}/libcamapi-onvif.a", f"{LIBRARIES}/cmake/camapi-onvif/camapi-onvif-config.cmake",
@@ -72,7 +72,10 @@ def check(name):
     for other in depends:
         found = any(re.match(re.escape(other) + r"(t64)?( |$)", word) for word in said)
         require(found, f"{name} depends on {said}, not {other}")
-    there = [line.split()[5] for line in run("dpkg-deb", "--contents", path).splitlines()]
+    listed = [line.split() for line in run("dpkg-deb", "--contents", path).splitlines()]
+    closed = [line for line in listed if line[0][1:] not in ("rwxr-xr-x", "rw-r--r--", "rwxrwxrwx")]
+    require(not closed, f"{name} has what not everybody can read: {closed}")
+    there = [line[5] for line in listed]
     documents = (f"usr/share/doc/{name}/{file}" for file in ("copyright", "changelog.gz", "changelog.Debian.gz"))
     for file in [*files, *documents]:
         require(f"./{file}" in there, f"{name} lacks {file}: {there}")
@@ -83,11 +86,12 @@ def check(name):
 def build():
     skip_without("dpkg-deb", "dpkg-shlibdeps", "file", "gzip")
     shutil.rmtree(FOLDER, ignore_errors=True)
+    os.umask(0o077)  # of whoever builds the packages; nothing of it is in them
     run(VALUES["CAMAPI_CPACK"], "-G", "DEB", "-B", FOLDER)
     for name in EXPECTED:
         check(name)
     control = "".join(run("dpkg-deb", "--info", package(LIBRARY), part) for part in ("triggers", "shlibs"))
-    require("activate-noawait ldconfig" in control and f"libcamapi-onvif 0 {LIBRARY} (>= " in control, control)
+    require("activate-noawait ldconfig" in control and f"libcamapi-onvif 0.1 {LIBRARY} (>= " in control, control)
     require("postinst" not in run("dpkg-deb", "--info", package(LIBRARY)), "the trigger needs no script")
 
 
@@ -125,7 +129,7 @@ def use(folder):
         require(word in said, f"{program} {option} says {said!r}")
         require("RUNPATH" not in run("readelf", "-d", path), f"{program} looks for its library by itself")
     loaded = run("ldd", os.path.join(folder, "usr/bin/camctl"), LD_LIBRARY_PATH=libraries)
-    require(f"{libraries}/libcamapi-onvif.so.0" in loaded, loaded)
+    require(f"{libraries}/libcamapi-onvif.so.0.1" in loaded, loaded)
 
 
 def fresh_root():

@@ -102,6 +102,15 @@ class Completion(unittest.TestCase):
         self.assertEqual(completed("simcam", "--quirk", "clock-re"), ["clock-reset"])
         self.assertEqual(completed("camctl", "--host", ""), [])
 
+    def test_offers_values_behind_an_equals_sign(self):  # which bash takes for a word
+        self.assertEqual(completed("simcam", "--model", "="), programs.models())
+        self.assertEqual(completed("simcam", "--quirk", "=", "clock-re"), ["clock-reset"])
+
+    def test_value_of_an_option_is_no_command(self):
+        self.assertEqual(completed("camctl", "--user", "preset", "ca"), ["caps"])
+        self.assertEqual(completed("camctl", "--user", "=", "preset", "ca"), ["caps"])
+        self.assertEqual(completed("camctl", "--user", "test", "preset", "g"), ["goto"])
+
     def test_offers_a_command_where_a_model_may_be_left_out(self):
         self.assertEqual(completed("camctl", "--sim", "ptz-"), ["ptz-dome"])
         self.assertEqual(completed("camctl", "--sim", "tou"), ["tour"])

@@ -1,0 +1,67 @@
+"""What ./test counts: the tests of CTest, and those inside the programs that it ran as one test each."""
+
+import os
+import subprocess
+import sys
+import unittest
+
+import programs
+
+TALLY = os.path.join(programs.SOURCE_DIR, "tests", "tally.py")
+
+
+def passed(name):
+    return f'<testcase name="{name}"/>'
+
+
+def failed(name):
+    return f'<testcase name="{name}"><failure message="no"/></testcase>'
+
+
+def skipped(name, reason):
+    return f'<testcase name="{name}"><skipped message="SKIP"/><system-out>{reason}</system-out></testcase>'
+
+
+class Tally(unittest.TestCase):
+    def write(self, name, *cases):
+        path = os.path.join(programs.FOLDER.name, name)
+        with open(path, "wb") as file:
+            file.write(b'<?xml version="1.0" encoding="UTF-8"?><testsuite>')
+            file.writelines(case.encode("latin-1") for case in cases)
+            file.write(b"</testsuite>")
+        return path
+
+    def tally(self, *cases):
+        done = subprocess.run([sys.executable, "-B", TALLY, self.write("ctest.xml", *cases), programs.FOLDER.name],
+                              capture_output=True, text=True, timeout=programs.RUN_S, check=True)
+        return done.stdout.splitlines()
+
+    def test_counts_what_ctest_ran(self):
+        self.assertEqual(self.tally(passed("a"), failed("b"), skipped("c", "skipped: too hot"), passed("d")), ["3 1 1 0"])
+
+    def test_counts_what_a_program_ran(self):
+        self.write("all-well.xml", passed("a"), passed("b"), skipped("c", "too hot"))
+        self.assertEqual(self.tally(passed("all-well"), passed("d")), ["3 0 1 0"])
+        self.write("one-failed.xml", passed("a"), failed("b"))
+        self.assertEqual(self.tally(failed("one-failed")), ["2 1 0 0"])
+
+    def test_program_that_ends_badly_is_a_failure(self):
+        self.write("leaks.xml", passed("a"), passed("b"))
+        self.assertEqual(self.tally(failed("leaks")), ["3 1 0 0"])
+        self.assertEqual(self.tally(failed("crashed-without-report")), ["1 1 0 0"])
+
+    def test_knows_what_a_system_need_not_have(self):
+        reasons = ("no private /var/log and /dev/log here: no", "no recordings in \"/x\"", "no ONVIF schemas here (...)",
+                   "skipped: no schemas at '/x'; ...", "skipped: the player is not installed")
+        self.assertEqual(self.tally(*(skipped(f"t{i}", reason) for i, reason in enumerate(reasons))), ["0 0 5 4"])
+
+    def test_says_why_streams_were_left_out(self):
+        lines = self.tally(passed("a"), skipped("b", "skipped: no RTSP streams: built without GStreamer\nmore"))
+        self.assertEqual(lines, ["1 0 1 0", "no RTSP streams: built without GStreamer"])
+
+    def test_reads_parameters_that_are_no_text(self):
+        self.assertEqual(self.tally(passed("\xff"), passed("\x01")), ["2 0 0 0"])
+
+
+if __name__ == "__main__":
+    programs.main()
