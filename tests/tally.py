@@ -8,7 +8,8 @@ report, named after it, and its tests are counted in place of the one. A program
 after one without failures, is one failed test.
 
 Prints four numbers, how many tests ran, failed, were skipped, and were skipped for want of what a system or a checkout need
-not have (EXCUSES). A second line says why the tests of RTSP streams were left out, if they were.
+not have (EXCUSES). Then a line for each test that failed, "failed: NAME", and, if the tests of RTSP streams were left out,
+"unstreamed: REASON".
 """
 import pathlib
 import re
@@ -41,6 +42,12 @@ def of_program(case, folder):
     return inside + [case] if has_failed(case) and not any(map(has_failed, inside)) else inside
 
 
+def name_of(case):
+    """In a program's report the name of the suite stands apart."""
+    suite, name = case.get("classname", ""), case.get("name")
+    return name if suite in ("", name) else f"{suite}.{name}"
+
+
 def text_of(case):
     return " ".join([*case.itertext(), *(element.get("message", "") for element in case.iter())])
 
@@ -51,9 +58,11 @@ def main():
     skipped = [text_of(test) for test in tests if test.find("skipped") is not None]
     print(len(tests) - len(skipped), sum(map(has_failed, tests)), len(skipped),
           sum(any(excuse in text for excuse in EXCUSES) for text in skipped))
+    for test in filter(has_failed, tests):
+        print("failed:", name_of(test))
     unstreamed = next(filter(None, map(UNSTREAMED.search, skipped)), None)
     if unstreamed:
-        print(unstreamed.group(1))
+        print("unstreamed:", unstreamed.group(1))
 
 
 if __name__ == "__main__":

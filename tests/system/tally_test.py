@@ -37,18 +37,22 @@ class Tally(unittest.TestCase):
         return done.stdout.splitlines()
 
     def test_counts_what_ctest_ran(self):
-        self.assertEqual(self.tally(passed("a"), failed("b"), skipped("c", "skipped: too hot"), passed("d")), ["3 1 1 0"])
+        self.assertEqual(self.tally(passed("a"), failed("b"), skipped("c", "skipped: too hot"), passed("d")), ["3 1 1 0", "failed: b"])
 
     def test_counts_what_a_program_ran(self):
         self.write("all-well.xml", passed("a"), passed("b"), skipped("c", "too hot"))
         self.assertEqual(self.tally(passed("all-well"), passed("d")), ["3 0 1 0"])
         self.write("one-failed.xml", passed("a"), failed("b"))
-        self.assertEqual(self.tally(failed("one-failed")), ["2 1 0 0"])
+        self.assertEqual(self.tally(failed("one-failed")), ["2 1 0 0", "failed: b"])
+
+    def test_names_failures_as_their_program_does(self):
+        self.write("one-failed.xml", '<testcase classname="All/Suite" name="Test/1"><failure/></testcase>')
+        self.assertEqual(self.tally(failed("one-failed")), ["1 1 0 0", "failed: All/Suite.Test/1"])
 
     def test_program_that_ends_badly_is_a_failure(self):
         self.write("leaks.xml", passed("a"), passed("b"))
-        self.assertEqual(self.tally(failed("leaks")), ["3 1 0 0"])
-        self.assertEqual(self.tally(failed("crashed-without-report")), ["1 1 0 0"])
+        self.assertEqual(self.tally(failed("leaks")), ["3 1 0 0", "failed: leaks"])
+        self.assertEqual(self.tally(failed("crashed-without-report")), ["1 1 0 0", "failed: crashed-without-report"])
 
     def test_knows_what_a_system_need_not_have(self):
         reasons = ("no private /var/log and /dev/log here: no", "no recordings in \"/x\"", "no ONVIF schemas here (...)",
@@ -57,7 +61,7 @@ class Tally(unittest.TestCase):
 
     def test_says_why_streams_were_left_out(self):
         lines = self.tally(passed("a"), skipped("b", "skipped: no RTSP streams: built without GStreamer\nmore"))
-        self.assertEqual(lines, ["1 0 1 0", "no RTSP streams: built without GStreamer"])
+        self.assertEqual(lines, ["1 0 1 0", "unstreamed: no RTSP streams: built without GStreamer"])
 
     def test_reads_parameters_that_are_no_text(self):
         self.assertEqual(self.tally(passed("\xff"), passed("\x01")), ["2 0 0 0"])
