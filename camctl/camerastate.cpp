@@ -1,7 +1,5 @@
 #include "camctl/camerastate.h"
 
-#include <algorithm>
-
 #include "camctl/text.h"
 #include "platform/xmlowned.h"
 

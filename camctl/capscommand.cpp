@@ -12,24 +12,19 @@ namespace camctl {
 
 namespace {
 
-struct Label {
-  const char* key;
-  const char* label;
-};
+constexpr KeyLabel kServiceKeys[] = {{"device_entry", "Device service"},
+                                     {"media_entry", "Media service"},
+                                     {"ptz_entry", "PTZ service"},
+                                     {"channel_list", "First profile"},
+                                     {"multi_channel_audio", "All profiles"}};
 
-constexpr Label kServiceKeys[] = {{"device_entry", "Device service"},
-                                  {"media_entry", "Media service"},
-                                  {"ptz_entry", "PTZ service"},
-                                  {"channel_list", "First profile"},
-                                  {"multi_channel_audio", "All profiles"}};
+constexpr KeyLabel kVideoKeys[] = {{"quality_min", "Lowest quality"},          {"quality_max", "Highest quality"},
+                                   {"default_image_quality", "Default level"}, {"resolution_independent", "Own size"},
+                                   {"fps_independent", "Own frame rate"},      {"quality_independent", "Own quality"}};
 
-constexpr Label kVideoKeys[] = {{"quality_min", "Lowest quality"},          {"quality_max", "Highest quality"},
-                                {"default_image_quality", "Default level"}, {"resolution_independent", "Own size"},
-                                {"fps_independent", "Own frame rate"},      {"quality_independent", "Own quality"}};
+constexpr KeyLabel kAudioKeys[] = {{"audio_format", "Codecs"}, {"default_audio_format", "Default"}};
 
-constexpr Label kAudioKeys[] = {{"audio_format", "Codecs"}, {"default_audio_format", "Default"}};
-
-constexpr Label kPtzKeys[] = {
+constexpr KeyLabel kPtzKeys[] = {
     {"pan", "Pan"},          {"tilt", "Tilt"},           {"zoom", "Zoom"},        {"ptz_xmin", "Pan from"},
     {"ptz_xmax", "Pan to"},  {"ptz_ymin", "Tilt from"},  {"ptz_ymax", "Tilt to"}, {"ptz_zmin", "Zoom from"},
     {"ptz_zmax", "Zoom to"}, {"ptz_speed_max", "Speed"}, {"preset", "Presets"},   {"home", "Home position"}};
@@ -40,11 +35,11 @@ void ShowCapability(Console& console, const std::string& label, const std::strin
 }
 
 template <std::size_t Size>
-void ShowGroup(Console& console, const char* heading, const Label (&labels)[Size], const Capabilities& report) {
+void ShowGroup(Console& console, const char* heading, const KeyLabel (&labels)[Size], const Capabilities& report) {
   const bool any =
-      std::any_of(std::begin(labels), std::end(labels), [&](const Label& row) { return report.count(row.key) > 0; });
+      std::any_of(std::begin(labels), std::end(labels), [&](const KeyLabel& row) { return report.count(row.key) > 0; });
   console.Line(any ? std::string(heading) : std::string(heading) + ": none");
-  for (const Label& row : labels) {
+  for (const KeyLabel& row : labels) {
     if (report.count(row.key) > 0) ShowCapability(console, row.label, ValueOf(report, row.key));
   }
 }

@@ -13,6 +13,12 @@ namespace camctl {
 /// Capability map as the driver reports it and a server stores it.
 using Capabilities = std::map<std::string, std::string>;
 
+/// A key of the map, and what it is called for users.
+struct KeyLabel {
+  const char* key;
+  const char* label;
+};
+
 /// \return empty where the map does not have the key
 std::string ValueOf(const Capabilities& capabilities, const std::string& key);
 

@@ -7,18 +7,13 @@ namespace camctl {
 
 namespace {
 
-struct FactLabel {
-  const char* key;
-  const char* label;
-};
-
-constexpr FactLabel kLabels[] = {{"vendor", "Vendor"},
-                                 {"model", "Model"},
-                                 {"firmware_version", "Firmware"},
-                                 {"mac_address", "MAC address"},
-                                 {"fisheye", "Fisheye lens of"},
-                                 {"rtp_tcp_only", "RTP over TCP only"},
-                                 {"rtsp_keepalive", "RTSP keep-alive"}};
+constexpr KeyLabel kLabels[] = {{"vendor", "Vendor"},
+                                {"model", "Model"},
+                                {"firmware_version", "Firmware"},
+                                {"mac_address", "MAC address"},
+                                {"fisheye", "Fisheye lens of"},
+                                {"rtp_tcp_only", "RTP over TCP only"},
+                                {"rtsp_keepalive", "RTSP keep-alive"}};
 
 void ShowFact(Console& console, const std::string& label, const std::string& value) {
   constexpr std::size_t columns = 19;
@@ -32,7 +27,7 @@ void RunInfoCommand(Runner& runner) {
   Console& console = runner.GetConsole();
   const CameraReport& camera = runner.GetSession().Camera();
   ShowFact(console, "Address", HostPort(camera.host, camera.port));
-  for (const FactLabel& row : kLabels) {
+  for (const KeyLabel& row : kLabels) {
     const auto found = camera.facts.find(row.key);
     if (found != camera.facts.end()) ShowFact(console, row.label, found->second);
   }

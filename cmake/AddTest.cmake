@@ -4,9 +4,9 @@
 # LABELS defaults to the folder's name, TIMEOUT, which each TEST has for itself, to 120. `sleep` is replaced at link
 # level: link static libraries, because a shared one keeps its own `sleep`. STREAMING: the program uses GStreamer.
 #
-# With sanitizers the whole program is one CTest entry of the program's name, and its report is test-reports/NAME.xml of
-# the build tree: they take far longer to start than most tests. COST, about what it then takes, lets the longest begin
-# first.
+# With sanitizers the whole program is one CTest entry of the program's name, with half an hour for all of it, and its
+# report is test-reports/NAME.xml of the build tree: a program then takes far longer to start than most tests take. COST,
+# about what all of it takes, lets the longest begin first.
 #
 # The tests themselves are compiled without optimisation and without sanitizers, and share the precompiled headers of
 # testsupport-test: what they test is built as the preset says, and they are most of what there is to compile. The
@@ -34,7 +34,7 @@ set(camapi_streaming_environment "ASAN_OPTIONS=fast_unwind_on_malloc=0:malloc_co
 # camapi_add_whole_program(NAME COST PROPERTIES...): all tests of a program as one.
 function(camapi_add_whole_program name cost)
   add_test(NAME ${name} COMMAND ${name} "--gtest_output=xml:${PROJECT_BINARY_DIR}/test-reports/${name}.xml")
-  set_tests_properties(${name} PROPERTIES ${ARGN} TIMEOUT 900)
+  set_tests_properties(${name} PROPERTIES ${ARGN} TIMEOUT 1800)
   if(cost)
     set_tests_properties(${name} PROPERTIES COST ${cost})
   endif()

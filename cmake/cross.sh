@@ -73,6 +73,7 @@ need_sysroot() {
   local dir=$root/build/sysroot-$1 log=$root/build/sysroot-$1.log mirror
   local made_of="$dir/packages" wanted="$sysroot_release ${sysroot_packages[*]}"
   [ "$(cat "$made_of" 2>/dev/null)" != "$wanted" ] || return 0
+  [ ! -d "$dir" ] || echo "build/sysroot-$1 was made of other packages." >&2
   mirror=$(sysroot_mirror)
   if [ -z "$mirror" ]; then
     echo "No sysroot for $1: the sources of apt have no \"$sysroot_release main\". Add one, run apt-get update, try again." >&2
@@ -86,8 +87,6 @@ need_sysroot() {
     echo "No sysroot for $1: its packages could not be fetched; see above and in build/sysroot-$1.log" >&2
     return 1
   fi
-  trim_sysroot "$dir.part" && link_inside "$dir.part" || return 1
-  echo "$wanted" >"$dir.part/packages"
-  rm -rf --one-file-system "$dir"
-  mv "$dir.part" "$dir"
+  trim_sysroot "$dir.part" && link_inside "$dir.part" && echo "$wanted" >"$dir.part/packages" &&
+    rm -rf --one-file-system "$dir" && mv -T "$dir.part" "$dir"
 }

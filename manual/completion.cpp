@@ -60,7 +60,7 @@ std::string NamesWithValue(const Page& page) {
   for (const Option& option : page.options) {
     if (WantsValue(option)) names.insert(names.end(), option.names.begin(), option.names.end());
   }
-  return Joined(names, "|");
+  return Joined(names, " ");
 }
 
 // The first word that is a command, and not the value of an option.
@@ -68,9 +68,9 @@ std::string FindCommand(const Page& page) {
   return "  local typed before= command=\n"
          "  for typed in \"${COMP_WORDS[@]:1:COMP_CWORD-1}\"; do\n"
          "    [[ $typed != = ]] || continue\n"
-         "    case $before in " +
+         "    case ' " +
          NamesWithValue(page) +
-         ") before=; continue ;; esac\n"
+         " ' in *\" $before \"*) before=; continue ;; esac\n"
          "    case $typed in " +
          CommandNames(page, "|") +
          ") command=$typed; break ;; esac\n"

@@ -4,8 +4,8 @@
 usage: tally.py REPORT FOLDER
 
 REPORT is what CTest wrote (--output-junit). A test of CTest may be a whole test program; FOLDER then has the program's own
-report, named after it, and its tests are counted in place of the one. A program that ended without a report, or badly
-after one without failures, is one failed test.
+report, named after it, and its tests are counted in place of the one. A program that ended without a whole report, or
+badly after one without failures, is one failed test.
 
 Prints four numbers, how many tests ran, failed, were skipped, and were skipped for want of what a system or a checkout need
 not have (EXCUSES). Then a line for each test that failed, "failed: NAME", and, if the tests of RTSP streams were left out,
@@ -20,6 +20,7 @@ import xml.etree.ElementTree as xml
 EXCUSES = ("no private /var/log", "no ONVIF schemas here", "no schemas at", "no recordings in")
 # What XML does not allow.
 NO_TEXT = re.compile("[^\t\n\r\x20-\ud7ff\ue000-\ufffd\U00010000-\U0010ffff]")
+BEGUN = re.compile(r"\[ RUN      \] (\S+)")
 UNSTREAMED = re.compile(r"skipped: (no RTSP streams: .*)")
 
 
@@ -35,17 +36,20 @@ def has_failed(case):
 
 def of_program(case, folder):
     """What a test of CTest stands for: the tests of a program's own report, or the test itself."""
-    report = folder / (case.get("name") + ".xml")
-    if not report.exists():
+    try:
+        inside = cases(folder / (case.get("name") + ".xml"))
+    except (FileNotFoundError, xml.ParseError):
         return [case]
-    inside = cases(report)
     return inside + [case] if has_failed(case) and not any(map(has_failed, inside)) else inside
 
 
 def name_of(case):
-    """In a program's report the name of the suite stands apart."""
+    """In a program's report the name of the suite stands apart. Of a program that broke off, also where it did."""
     suite, name = case.get("classname", ""), case.get("name")
-    return name if suite in ("", name) else f"{suite}.{name}"
+    begun = BEGUN.findall(text_of(case))
+    if len(begun) > 1:
+        name += f", in {begun[-1]}"
+    return name if suite in ("", case.get("name")) else f"{suite}.{name}"
 
 
 def text_of(case):

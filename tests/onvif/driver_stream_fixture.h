@@ -26,7 +26,7 @@ STM_PROFILE StreamRequest();
 /// "Rec" as `StreamRequest` asks for.
 inline const MediaProfile kRec{"Rec"};
 
-/// What differs in one field.
+/// A copy that has another text in one field.
 template <typename Record>
 Record With(Record record, std::string Record::*field, const std::string& text) {
   record.*field = text;

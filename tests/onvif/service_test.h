@@ -23,7 +23,7 @@ inline constexpr char kServicePath[] = "/onvif/service";
 std::string SignedEnvelope(std::string_view body, std::string_view sent, std::string_view user = kUser,
                            std::string_view password = kPassword);
 
-/// How the PTZ service's namespace stands in its requests, for a camera of version 1 and of version 2.
+/// How the PTZ service's namespace stands in its requests, for a camera of version 1.0 and of any other.
 inline const std::string kPtz10 = R"(xmlns="http://www.onvif.org/ver10/ptz/wsdl")";
 inline const std::string kPtz20 = R"(xmlns="http://www.onvif.org/ver20/ptz/wsdl")";
 

@@ -33,6 +33,10 @@ EXPECTED = {
 }
 
 
+# Of a folder, a file and a link.
+MODES = {"d": ("rwxr-xr-x",), "-": ("rw-r--r--", "rwxr-xr-x"), "l": ("rwxrwxrwx",)}
+
+
 def run(*command, **changes):
     """Runs a command to its end; returns what it printed, and ends the test where it fails."""
     done = subprocess.run(command, env={**VALUES, **changes}, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
@@ -73,8 +77,8 @@ def check(name):
         found = any(re.match(re.escape(other) + r"(t64)?( |$)", word) for word in said)
         require(found, f"{name} depends on {said}, not {other}")
     listed = [line.split() for line in run("dpkg-deb", "--contents", path).splitlines()]
-    closed = [line for line in listed if line[0][1:] not in ("rwxr-xr-x", "rw-r--r--", "rwxrwxrwx")]
-    require(not closed, f"{name} has what not everybody can read: {closed}")
+    strange = [line for line in listed if line[0][1:] not in MODES[line[0][0]]]
+    require(not strange, f"{name} has strange permissions: {strange}")
     there = [line[5] for line in listed]
     documents = (f"usr/share/doc/{name}/{file}" for file in ("copyright", "changelog.gz", "changelog.Debian.gz"))
     for file in [*files, *documents]:
@@ -83,11 +87,20 @@ def check(name):
     require(len(text[0]) <= 80 and len(text) >= 3, f"description of {name}: {text}")
 
 
+def refuse_without_tools():
+    """Without what finds the dependencies there would be packages that have none."""
+    script = os.path.join(BUILD_DIR, "FinishPackage.cmake")
+    done = subprocess.run([VALUES["CAMAPI_CMAKE"], "-DCMAKE_IGNORE_PATH=/usr/bin;/bin", "-P", script], capture_output=True,
+                          text=True, timeout=RUN_S, check=False, cwd=BUILD_DIR)
+    require(done.returncode != 0 and "install dpkg-dev and file" in done.stderr, f"without the tools: {done.stderr}")
+
+
 def build():
     skip_without("dpkg-deb", "dpkg-shlibdeps", "file", "gzip")
     shutil.rmtree(FOLDER, ignore_errors=True)
     os.umask(0o077)  # of whoever builds the packages; nothing of it is in them
     run(VALUES["CAMAPI_CPACK"], "-G", "DEB", "-B", FOLDER)
+    refuse_without_tools()
     for name in EXPECTED:
         check(name)
     control = "".join(run("dpkg-deb", "--info", package(LIBRARY), part) for part in ("triggers", "shlibs"))

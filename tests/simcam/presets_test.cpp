@@ -16,7 +16,7 @@ using testing::HasSubstr;
 using testing::Not;
 
 std::string Profile(const Bench& bench) {
-  return "<ProfileToken>" + bench.Model().profiles.front().token + "</ProfileToken>";
+  return simcamtest::ProfileToken(bench.Model().profiles.front().token);
 }
 
 std::string PresetName(const std::string& name) {

@@ -35,8 +35,8 @@ const std::vector<Arguments>& SpecialArguments() {
       {"GetConfigurationOptions", "<ConfigurationToken>ptz_1</ConfigurationToken>"},
       {"ContinuousMove", kFirstProfile + "<Velocity>" + kVector + "</Velocity>"},
       {"RelativeMove", kFirstProfile + "<Translation>" + kVector + "</Translation>"},
-      {"GotoPreset", kFirstProfile + "<PresetToken>preset_1</PresetToken>"},
-      {"RemovePreset", kFirstProfile + "<PresetToken>preset_1</PresetToken>"},
+      {"GotoPreset", kFirstProfile + PresetToken("preset_1")},
+      {"RemovePreset", kFirstProfile + PresetToken("preset_1")},
       {"SetPreset", kFirstProfile + "<PresetName>Gate</PresetName>"},
   };
   return all;

@@ -52,7 +52,7 @@ TEST(AddressQuirks, HideServices) {
 
 TEST(AddressQuirks, HiddenMediaServiceIsThere) {
   Bench bench("ptz-dome");
-  bench.Quirks().SwitchOn(simcam::ParseQuirk("address-media-missing"));
+  simcamtest::SwitchOn(bench, "address-media-missing");
   EXPECT_THAT(Ask(bench, "GetCapabilities").body, HasSubstr("<tt:PTZ>"));
   EXPECT_EQ(Ask(bench, "GetProfiles").httpStatus, 200);
 }
@@ -62,7 +62,7 @@ TEST(AddressQuirks, OtherPathServesEverything) {
   Bench bench("ptz-dome");
   const std::string profiles = Element("GetProfiles", simcamtest::kMediaNs);
   EXPECT_EQ(FaultCodes(bench.Call("/cgi-bin/onvif", profiles)), "env:Receiver ter:ActionNotSupported");
-  bench.Quirks().SwitchOn(simcam::ParseQuirk("address-other-path"));
+  simcamtest::SwitchOn(bench, "address-other-path");
   EXPECT_EQ(bench.Call("/cgi-bin/onvif", profiles).httpStatus, 200);
   EXPECT_EQ(bench.Call("/cgi-bin/onvif", Element("GetNodes", simcamtest::kPtz20Ns)).httpStatus, 200);
   EXPECT_EQ(Ask(bench, "GetProfiles").httpStatus, 200) << "the old path goes on answering";

@@ -2,8 +2,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 #include "tests/simcam/messages.h"
 #include "tests/simcam/quirkcases.h"
 
@@ -16,7 +14,6 @@ using simcamtest::FaultCodes;
 using simcamtest::ProfileToken;
 using simcamtest::SwitchOn;
 using testing::HasSubstr;
-using testing::Not;
 
 int Count(const std::string& text, const std::string& part) {
   int count = 0;

@@ -27,7 +27,7 @@ class BentLens {
  public:
   explicit BentLens(const std::string& quirk = "") {
     if (!quirk.empty()) {
-      m_bench.Quirks().SwitchOn(simcam::ParseQuirk(quirk));
+      simcamtest::SwitchOn(m_bench, quirk);
     }
   }
 

@@ -46,7 +46,7 @@ TEST(StreamUriQuirks, BendHowLongItIsValid) {
 TEST(StreamUriQuirks, OfAPortThatIsNotToldIsTheUsualOne) {
   simcamtest::Bench bench("legacy-1-0");
   ASSERT_FALSE(bench.Model().stream.portInUri);
-  bench.Quirks().SwitchOn(simcam::ParseQuirk("stream-uri-double-port"));
+  simcamtest::SwitchOn(bench, "stream-uri-double-port");
   const std::string tt = " xmlns=\"http://www.onvif.org/ver10/schema\"";
   const std::string body =
       bench

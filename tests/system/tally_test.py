@@ -53,6 +53,11 @@ class Tally(unittest.TestCase):
         self.write("leaks.xml", passed("a"), passed("b"))
         self.assertEqual(self.tally(failed("leaks")), ["3 1 0 0", "failed: leaks"])
         self.assertEqual(self.tally(failed("crashed-without-report")), ["1 1 0 0", "failed: crashed-without-report"])
+        with open(self.write("cut-off.xml", passed("a")), "r+b") as file:
+            file.truncate(60)
+        said = "[ RUN      ] A.B\n[       OK ] A.B\n[ RUN      ] C.D\n"
+        crash = f'<testcase name="cut-off"><failure/><system-out>{said}</system-out></testcase>'
+        self.assertEqual(self.tally(crash), ["1 1 0 0", "failed: cut-off, in C.D"])
 
     def test_knows_what_a_system_need_not_have(self):
         reasons = ("no private /var/log and /dev/log here: no", "no recordings in \"/x\"", "no ONVIF schemas here (...)",
