@@ -16,8 +16,10 @@ import re
 import sys
 import xml.etree.ElementTree as xml
 
-# What stands in the reason of such a skip.
-EXCUSES = ("no private /var/log", "no ONVIF schemas here", "no schemas at", "no recordings in")
+# What stands in the reason of such a skip. Schemas and recordings lie beside the tree; where they do, no test does without.
+EXCUSES = ["no private /var/log"]
+if not (pathlib.Path(__file__).resolve().parents[2] / "shared").is_dir():
+    EXCUSES += ["no ONVIF schemas here", "no schemas at", "no recordings in"]
 # What XML does not allow.
 NO_TEXT = re.compile("[^\t\n\r\x20-\ud7ff\ue000-\ufffd\U00010000-\U0010ffff]")
 BEGUN = re.compile(r"\[ RUN      \] (\S+)")

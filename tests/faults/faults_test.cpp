@@ -64,6 +64,7 @@ std::size_t IndexOf(const ServerOperation& operation) {
 /// The operations begin at different cases, so that all of them together meet every fault.
 std::vector<Case> Chosen(const ServerOperation& operation, const std::vector<Case>& cases) {
   std::vector<Case> chosen;
+  if (cases.empty()) return chosen;
   for (std::size_t i = IndexOf(operation) % std::min(Stride(), cases.size()); i < cases.size(); i += Stride()) {
     chosen.push_back(cases[i]);
   }

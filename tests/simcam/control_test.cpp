@@ -7,6 +7,7 @@
 
 #include "simcam/quirks/quirk.h"
 #include "simcam/simcamera.h"
+#include "tests/simcam/messages.h"
 #include "tests/simcam/with_control.h"
 
 namespace {
@@ -122,8 +123,7 @@ TEST_F(ControlAddress, TellsWhatTheCameraIsAndDoes) {
 TEST_F(ControlAddress, FollowsTheLens) {
   const double before = Get("/camera").at("lenses").at(0).at("pan");
   ASSERT_EQ(Call(m_camera.Model().paths.ptz, simcamtest::kPtz20Ns, "ContinuousMove",
-                 "<ProfileToken>profile_1</ProfileToken><Velocity><PanTilt x=\"1\" y=\"0\" "
-                 "xmlns=\"http://www.onvif.org/ver10/schema\"/></Velocity>"),
+                 simcamtest::kFirstProfile + "<Velocity>" + simcamtest::PanTilt("1", "0") + "</Velocity>"),
             200);
   m_clock->Advance(std::chrono::milliseconds(500));
   const Json lens = Get("/camera").at("lenses").at(0);

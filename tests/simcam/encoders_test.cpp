@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/simcam/bench.h"
+#include "tests/simcam/messages.h"
 
 namespace {
 
@@ -227,7 +228,7 @@ TEST(AudioEncoders, SetIsShown) {
       "<tt:SampleRate>16</tt:SampleRate>";
   EXPECT_THAT(bench.Media("GetAudioEncoderConfigurations").body, HasSubstr(shown));
   EXPECT_THAT(bench.Media("GetAudioEncoderConfiguration", Configuration("aec_g711")).body, HasSubstr(shown));
-  EXPECT_THAT(bench.Media("GetProfile", "<ProfileToken>profile_1</ProfileToken>").body, HasSubstr(shown));
+  EXPECT_THAT(bench.Media("GetProfile", simcamtest::kFirstProfile).body, HasSubstr(shown));
 }
 
 constexpr EncoderRefusal kAudioRefusals[] = {

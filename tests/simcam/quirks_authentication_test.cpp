@@ -23,9 +23,7 @@ using std::chrono::seconds;
 using testing::HasSubstr;
 using testing::Not;
 
-constexpr const char* kMove =
-    "<ProfileToken>profile_1</ProfileToken><Velocity><PanTilt x=\"0.5\" y=\"0\" "
-    "xmlns=\"http://www.onvif.org/ver10/schema\"/></Velocity>";
+const std::string kMove = simcamtest::kFirstProfile + "<Velocity>" + simcamtest::PanTilt("0.5", "0") + "</Velocity>";
 
 class AuthenticationQuirk : public testing::Test {
  protected:

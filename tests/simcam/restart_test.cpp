@@ -7,6 +7,7 @@
 
 #include "simcam/simcamera.h"
 #include "tests/simcam/digestclient.h"
+#include "tests/simcam/messages.h"
 #include "tests/simcam/with_control.h"
 
 namespace {
@@ -111,8 +112,7 @@ TEST_F(Reboot, StopsTheLensAndKeepsWhatWasSet) {
   const simcam::CameraModel& model = m_camera.Model();
   ASSERT_EQ(call(model.paths.media, simcamtest::kMediaNs, "CreateProfile", "<Name>mine</Name>"), 200);
   ASSERT_EQ(call(model.paths.ptz, simcamtest::kPtz20Ns, "ContinuousMove",
-                 "<ProfileToken>profile_1</ProfileToken><Velocity><PanTilt x=\"1\" y=\"0\" "
-                 "xmlns=\"http://www.onvif.org/ver10/schema\"/></Velocity>"),
+                 simcamtest::kFirstProfile + "<Velocity>" + simcamtest::PanTilt("1", "0") + "</Velocity>"),
             200);
   m_clock->Advance(milliseconds(500));
   const std::string& node = model.ptz->nodes.front().token;

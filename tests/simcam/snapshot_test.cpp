@@ -12,6 +12,7 @@
 #include "tests/simcam/client.h"
 #include "tests/simcam/digestclient.h"
 #include "tests/simcam/jpegreader.h"
+#include "tests/simcam/messages.h"
 
 namespace {
 
@@ -175,7 +176,7 @@ TEST(Snapshot, ShowsWhereTheLensIs) {
   EXPECT_LT(DifferenceOf(before, later), 4) << "a lens at rest";
   EXPECT_NE(before.bgrx, later.bgrx) << "the clock goes on";
   served.Call(served.Camera().Model().paths.ptz, simcamtest::kPtz20Ns, "GotoPreset",
-              "<ProfileToken>profile_1</ProfileToken><PresetToken>preset_1</PresetToken>");
+              simcamtest::kFirstProfile + simcamtest::PresetToken("preset_1"));
   served.Clock().Advance(std::chrono::seconds(5));
   EXPECT_GT(DifferenceOf(later, simcamtest::DecodeJpeg(served.Get(target).body)), 15);
 }
@@ -189,7 +190,7 @@ TEST(Snapshot, ProfileWithoutPtzLooksThroughTheSameLens) {
   served.Media("AddVideoEncoderConfiguration",
                "<ProfileToken>new</ProfileToken><ConfigurationToken>vec_sub</ConfigurationToken>");
   served.Call(served.Camera().Model().paths.ptz, simcamtest::kPtz20Ns, "GotoPreset",
-              "<ProfileToken>profile_1</ProfileToken><PresetToken>preset_1</PresetToken>");
+              simcamtest::kFirstProfile + simcamtest::PresetToken("preset_1"));
   served.Clock().Advance(std::chrono::seconds(5));
   const DecodedPicture with = simcamtest::DecodeJpeg(served.Get(served.Target("profile_2")).body);
   const DecodedPicture without = simcamtest::DecodeJpeg(served.Get(served.Target("new")).body);
