@@ -1,5 +1,6 @@
 // What encoder configurations offer.
 
+#include <iterator>
 #include <unordered_set>
 #include <utility>
 
@@ -12,16 +13,19 @@ namespace {
 
 constexpr int k_nUsualFpsMax = 30;
 
+// What an answer holds, in the order in which it is looked up: the codecs in that of `OnvifMediaService::m_rgstrCodec`.
+enum OPTIONS_PART : std::size_t { QUALITY_MIN, QUALITY_MAX, FIRST_CODEC };
+
+// What a codec holds, likewise.
+enum CODEC_PART : std::size_t { WIDTH, HEIGHT, FPS_MIN, FPS_MAX, GOV_MIN, GOV_MAX, MPEG4_PROFILES, H264_PROFILES };
+
 // Codecs with groups of pictures, and the element that lists their profiles.
 struct GOP_CODEC {
   const char* pName;
-  const char* pProfilesPath;
+  CODEC_PART eProfiles;
 };
 
-constexpr GOP_CODEC k_rgGopCodec[] = {
-    {"MPEG4", "//tt:Mpeg4ProfilesSupported"},
-    {"H264", "//tt:H264ProfilesSupported"},
-};
+constexpr GOP_CODEC k_rgGopCodec[] = {{"MPEG4", MPEG4_PROFILES}, {"H264", H264_PROFILES}};
 
 std::vector<xmlNode*> AllNodes(const XmlXPathObject& pFound) {
   if (!pFound) return {};
@@ -40,45 +44,47 @@ RET_ONVIF OnvifMediaService::GetVideoEncoderConfigurationOptions(std::string str
       Exchange("<GetVideoEncoderConfigurationOptions xmlns=\"http://www.onvif.org/ver10/media/wsdl\">" + strToken +
                "</GetVideoEncoderConfigurationOptions>");
   if (reply.eRet != RET_ONVIF_OK) return reply.eRet;
-  xmlDoc* const pDoc = reply.pDoc.get();
-  const std::vector<xmlNode*> rgOptions = FindOutermost(pDoc, "//trt:Options");
-  opt.strQualMin = ContentOr(rgOptions, "//tt:QualityRange//tt:Min", "1");
-  opt.strQualMax = ContentOr(rgOptions, "//tt:QualityRange//tt:Max", "100");
-  for (const std::string& strCodec : m_rgstrCodec) {
+  const std::vector<NODES> rgFound = FindOutermost(
+      reply.pDoc.get(), {"//trt:Options//tt:QualityRange//tt:Min", "//trt:Options//tt:QualityRange//tt:Max",
+                         "//tt:JPEG", "//tt:MPEG4", "//tt:H264"});
+  opt.strQualMin = FirstContentOr(rgFound[QUALITY_MIN], "1");
+  opt.strQualMax = FirstContentOr(rgFound[QUALITY_MAX], "100");
+  for (std::size_t nCodec = 0; nCodec < std::size(m_rgstrCodec); ++nCodec) {
     // Most cameras list a codec twice, the second time in an Extension.
-    const std::vector<xmlNode*> rgPart = FindOutermost(pDoc, ("//tt:" + strCodec).c_str());
+    const NODES& rgPart = rgFound[FIRST_CODEC + nCodec];
     if (rgPart.empty()) continue;
     OVF_MED_VDO_CODEC codec;
-    codec.strName = strCodec;
+    codec.strName = m_rgstrCodec[nCodec];
     if (!ReadCodecOptions(rgPart, codec)) break;
     opt.lstCodec.push_back(std::move(codec));
   }
   return RET_ONVIF_OK;
 }
 
-std::string OnvifMediaService::ContentOr(const std::vector<_xmlNode*>& rgPart, const char* pPath,
-                                         const char* pDefault) {
+std::string OnvifMediaService::FirstContentOr(const NODES& rgNode, const char* pDefault) {
   std::string strText;
-  return GetNodeContent(FirstBelow(rgPart, pPath), strText) == RET_ONVIF_OK ? strText : pDefault;
+  return !rgNode.empty() && GetNodeContent(rgNode.front(), strText) == RET_ONVIF_OK ? strText : pDefault;
 }
 
 // False when the sizes could not be read.
-bool OnvifMediaService::ReadCodecOptions(const std::vector<_xmlNode*>& rgPart, OVF_MED_VDO_CODEC& codec) {
-  const RET_ONVIF eSizes = ReadResoList(FindBelow(rgPart, "//tt:ResolutionsAvailable//tt:Width"),
-                                        FindBelow(rgPart, "//tt:ResolutionsAvailable//tt:Height"), codec);
-  if (eSizes != RET_ONVIF_OK) return false;
+bool OnvifMediaService::ReadCodecOptions(const NODES& rgPart, OVF_MED_VDO_CODEC& codec) {
+  const std::vector<NODES> rgFound =
+      FindBelow(rgPart, {"//tt:ResolutionsAvailable//tt:Width", "//tt:ResolutionsAvailable//tt:Height",
+                         "//tt:FrameRateRange//tt:Min", "//tt:FrameRateRange//tt:Max", "//tt:GovLengthRange//tt:Min",
+                         "//tt:GovLengthRange//tt:Max", "//tt:Mpeg4ProfilesSupported", "//tt:H264ProfilesSupported"});
+  if (ReadResoList(rgFound[WIDTH], rgFound[HEIGHT], codec) != RET_ONVIF_OK) return false;
 
-  codec.strFpsMin = ContentOr(rgPart, "//tt:FrameRateRange//tt:Min", "");
+  codec.strFpsMin = FirstContentOr(rgFound[FPS_MIN], "");
   if (ReadDecimal(codec.strFpsMin) < 1) codec.strFpsMin = "1";
-  codec.strFpsMax = ContentOr(rgPart, "//tt:FrameRateRange//tt:Max", "30");
+  codec.strFpsMax = FirstContentOr(rgFound[FPS_MAX], "30");
   // A range that reaches above 30 begins at 30. This is meant.
   if (ReadDecimal(codec.strFpsMax) > k_nUsualFpsMax) codec.strFpsMin = "30";
 
   for (const GOP_CODEC& gop : k_rgGopCodec) {
     if (codec.strName != gop.pName) continue;
-    codec.strGovMin = ContentOr(rgPart, "//tt:GovLengthRange//tt:Min", "");
-    codec.strGovMax = ContentOr(rgPart, "//tt:GovLengthRange//tt:Max", "");
-    codec.strProfilesSupported = ContentOr(rgPart, gop.pProfilesPath, "");
+    codec.strGovMin = FirstContentOr(rgFound[GOV_MIN], "");
+    codec.strGovMax = FirstContentOr(rgFound[GOV_MAX], "");
+    codec.strProfilesSupported = FirstContentOr(rgFound[gop.eProfiles], "");
   }
   return true;
 }
@@ -91,8 +97,7 @@ RET_ONVIF OnvifMediaService::GetResoList(_xmlDoc* pDoc, std::string strWidthXPat
   return ReadResoList(AllNodes(pWidths), AllNodes(pHeights), codec);
 }
 
-RET_ONVIF OnvifMediaService::ReadResoList(const std::vector<_xmlNode*>& rgWidth, const std::vector<_xmlNode*>& rgHeight,
-                                          OVF_MED_VDO_CODEC& codec) {
+RET_ONVIF OnvifMediaService::ReadResoList(const NODES& rgWidth, const NODES& rgHeight, OVF_MED_VDO_CODEC& codec) {
   if (rgWidth.empty() || rgHeight.empty()) return RET_ONVIF_XML_FAIL;
   std::unordered_set<std::string> seen;
   seen.reserve(rgWidth.size());

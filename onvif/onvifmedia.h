@@ -213,10 +213,9 @@ class CAMAPI_ONVIF_EXPORT OnvifMediaService : public OnvifServiceBase {
   enum class CONF_READ { Read, NoToken, NoEncoding, Unreadable };
 
   CONF_READ ReadConfHead(_xmlNode* pConf, std::string& strToken, std::string& strEncoding);
-  std::string ContentOr(const std::vector<_xmlNode*>& rgPart, const char* pPath, const char* pDefault);
-  bool ReadCodecOptions(const std::vector<_xmlNode*>& rgPart, OVF_MED_VDO_CODEC& codec);
-  RET_ONVIF ReadResoList(const std::vector<_xmlNode*>& rgWidth, const std::vector<_xmlNode*>& rgHeight,
-                         OVF_MED_VDO_CODEC& codec);
+  std::string FirstContentOr(const NODES& rgNode, const char* pDefault);
+  bool ReadCodecOptions(const NODES& rgPart, OVF_MED_VDO_CODEC& codec);
+  RET_ONVIF ReadResoList(const NODES& rgWidth, const NODES& rgHeight, OVF_MED_VDO_CODEC& codec);
   bool ReadAudioOption(const _xmlNode* pOption, OVF_MED_AUD_CODEC& codec);
   RET_ONVIF AddCodecFromOptions(OnvifSetRequest& request, const OVF_MED_VDO_CONF& conf);
   bool ReadProfile(_xmlNode* pProfile, OVF_MED_PROFILE& profile);

@@ -12,27 +12,36 @@
 
 namespace {
 
-constexpr const char* k_pPtzVer10Uri = "http://www.onvif.org/ver10/ptz/wsdl";
-constexpr const char* k_pPtzVer20Uri = "http://www.onvif.org/ver20/ptz/wsdl";
-
 using PREFIX_TABLE = std::array<XmlPath::PREFIX, 7>;
 
 // The prefixes of all look-ups, whatever prefixes the camera chose.
-PREFIX_TABLE FixedPrefixes(bool blVersion10) {
+constexpr PREFIX_TABLE FixedPrefixes(const char* pPtzUri) {
   return {{
       {"soapenv", "http://www.w3.org/2003/05/soap-envelope"},
       {"tev", "http://www.onvif.org/ver10/events/wsdl"},
       {"timg", "http://www.onvif.org/ver10/imaging/wsdl"},
       {"tds", "http://www.onvif.org/ver10/device/wsdl"},
       {"trt", "http://www.onvif.org/ver10/media/wsdl"},
-      {"tptz", blVersion10 ? k_pPtzVer10Uri : k_pPtzVer20Uri},
+      {"tptz", pPtzUri},
       {"tt", "http://www.onvif.org/ver10/schema"},
   }};
+}
+
+constexpr PREFIX_TABLE k_rgPrefixVer10 = FixedPrefixes("http://www.onvif.org/ver10/ptz/wsdl");
+constexpr PREFIX_TABLE k_rgPrefixVer20 = FixedPrefixes("http://www.onvif.org/ver20/ptz/wsdl");
+
+const PREFIX_TABLE& FixedPrefixes(bool blVersion10) {
+  return blVersion10 ? k_rgPrefixVer10 : k_rgPrefixVer20;
 }
 
 // The path is bound to the text and to constants only.
 std::optional<XmlPath> FixedPath(const char* pPath, bool blVersion10) {
   return XmlPath::Parse(pPath, FixedPrefixes(blVersion10));
+}
+
+// Paths of the driver's own, which are all of the form.
+XmlPath FixedPaths(std::initializer_list<std::string_view> paths, bool blVersion10) {
+  return XmlPath::Parse(paths, FixedPrefixes(blVersion10)).value();
 }
 
 bool Register(xmlXPathContext* pContext, const xmlChar* pPrefix, const xmlChar* pUri) {
@@ -117,7 +126,7 @@ xmlNode* WithAttr(xmlNode* pNode, const std::string& strAttr, const std::string&
 
 RET_ONVIF OnvifServiceBase::RegistNsForONVIF(_xmlXPathContext* pContext) {
   for (const XmlPath::PREFIX& prefix : FixedPrefixes(IsVersion10())) {
-    if (!Register(pContext, XmlChars(prefix.pPrefix), XmlChars(prefix.pUri))) return RET_ONVIF_XML_FAIL;
+    if (!Register(pContext, XmlChars(std::string(prefix.strPrefix)), XmlChars(prefix.pUri))) return RET_ONVIF_XML_FAIL;
   }
   return RET_ONVIF_OK;
 }
@@ -136,20 +145,15 @@ XmlFirstNode OnvifServiceBase::GetFirstXmlNode(_xmlDoc* pDoc, const char* pXPath
   return {*XmlNodes(*pResult).begin(), std::move(pResult)};
 }
 
-std::vector<_xmlNode*> OnvifServiceBase::FindOutermost(_xmlDoc* pDoc, const char* pPath) const {
-  if (!IsSearchable(pDoc)) return {};
-  const std::optional<XmlPath> path = FixedPath(pPath, IsVersion10());
-  return path ? XmlPath::Outermost(path->Find(pDoc)) : std::vector<_xmlNode*>();
+std::vector<OnvifServiceBase::NODES> OnvifServiceBase::FindOutermost(_xmlDoc* pDoc, PATHS paths) const {
+  if (!IsSearchable(pDoc)) return std::vector<NODES>(paths.size());
+  std::vector<NODES> rgFound = FixedPaths(paths, IsVersion10()).FindEach(pDoc);
+  for (NODES& found : rgFound) found = XmlPath::Outermost(found);
+  return rgFound;
 }
 
-std::vector<_xmlNode*> OnvifServiceBase::FindBelow(const std::vector<_xmlNode*>& rgOutermost, const char* pPath) const {
-  const std::optional<XmlPath> path = FixedPath(pPath, IsVersion10());
-  return path ? path->FindBelow(rgOutermost) : std::vector<_xmlNode*>();
-}
-
-_xmlNode* OnvifServiceBase::FirstBelow(const std::vector<_xmlNode*>& rgOutermost, const char* pPath) const {
-  const std::optional<XmlPath> path = FixedPath(pPath, IsVersion10());
-  return path ? path->FirstBelow(rgOutermost) : nullptr;
+std::vector<OnvifServiceBase::NODES> OnvifServiceBase::FindBelow(const NODES& rgOutermost, PATHS paths) const {
+  return FixedPaths(paths, IsVersion10()).FindEachBelow(rgOutermost);
 }
 
 _xmlXPathObject* OnvifServiceBase::EvaluateXPath(_xmlDoc* pDoc, const char* pXPath) {

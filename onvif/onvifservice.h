@@ -1,6 +1,8 @@
 #pragma once
 
+#include <initializer_list>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "onvif/camapi-export.h"
@@ -136,15 +138,16 @@ class CAMAPI_ONVIF_EXPORT OnvifServiceBase {
   /// The first node of what `GetXmlNodeSet` gives.
   XmlFirstNode GetFirstXmlNode(_xmlDoc* pDoc, const char* pXPath);
 
-  // Many look-ups in one part of a document: the part is found once. The paths are of element names, as XmlPath takes
-  // them, with the fixed prefixes; nothing matches another form.
+  // Many look-ups in one walk. The paths are the driver's own: of element names, as XmlPath takes them, with the fixed
+  // prefixes and 32 steps together.
+  using NODES = std::vector<_xmlNode*>;
+  using PATHS = std::initializer_list<std::string_view>;
 
-  /// The elements that a path finds and that lie in no other of them; nothing in a document that `GetXmlNodeSet` refuses.
-  std::vector<_xmlNode*> FindOutermost(_xmlDoc* pDoc, const char* pPath) const;
-  /// What a path that begins anew below each of the outermost elements finds, in document order.
-  std::vector<_xmlNode*> FindBelow(const std::vector<_xmlNode*>& rgOutermost, const char* pPath) const;
-  /// The first of it, null when there is nothing.
-  _xmlNode* FirstBelow(const std::vector<_xmlNode*>& rgOutermost, const char* pPath) const;
+  /// For each path the elements that it finds and that lie in no other of them; nothing in a document that
+  /// `GetXmlNodeSet` refuses.
+  std::vector<NODES> FindOutermost(_xmlDoc* pDoc, PATHS paths) const;
+  /// For each path what it finds, in document order, when it begins anew below each of the outermost elements.
+  std::vector<NODES> FindBelow(const NODES& rgOutermost, PATHS paths) const;
 
   CameraAPI* m_pCamApi = nullptr;
   std::string m_strServicePath;

@@ -1,6 +1,7 @@
 #include "onvif/xmlpath.h"
 
 #include <algorithm>
+#include <bitset>
 #include <cstring>
 
 namespace {
@@ -15,14 +16,17 @@ bool IsNameByte(char cByte) {
 
 // A plain ASCII name that begins with a letter or "_".
 bool IsName(std::string_view strName) {
-  if (strName.empty() || !std::all_of(strName.begin(), strName.end(), IsNameByte)) return false;
-  return strName.front() > '9';  // behind the digits, "-" and "."
+  if (strName.empty() || strName.front() <= '9') return false;  // the digits, "-" and "."
+  return std::all_of(strName.begin(), strName.end(), [](char cByte) { return IsNameByte(cByte); });
 }
 
-// Most elements differ in the first letter already.
 bool HasName(const xmlNode* pNode, std::string_view strName) {
   const char* const pName = reinterpret_cast<const char*>(pNode->name);
-  return *pName == strName.front() && strName == pName;
+  return std::strncmp(pName, strName.data(), strName.size()) == 0 && pName[strName.size()] == '\0';
+}
+
+std::size_t InitialOf(char cByte) {
+  return static_cast<unsigned char>(cByte) % 32;
 }
 
 // False for an element that is empty or holds one text and nothing else: most elements of an answer are such.
@@ -39,10 +43,10 @@ bool IsInNamespace(const xmlNode* pNode, const char* pUri) {
 
 }  // namespace
 
-std::optional<XmlPath> XmlPath::Parse(std::string_view strPath, const PREFIX* pPrefix, std::size_t nPrefixes) {
-  XmlPath path;
-  path.m_rgStep.reserve(k_nUsualSteps);
-  if (strPath.substr(0, 2) != "//") return std::nullopt;
+bool XmlPath::Append(std::string_view strPath, const PREFIX* pPrefix, std::size_t nPrefixes) {
+  if (strPath.substr(0, 2) != "//" || m_rgStep.size() == k_nMaxSteps) return false;
+  m_rgStep.reserve(m_rgStep.size() + k_nUsualSteps);
+  m_nFirst |= STEPS{1} << m_rgStep.size();
   while (!strPath.empty()) {
     const bool blChildOnly = strPath.substr(0, 2) != "//";
     strPath.remove_prefix(blChildOnly ? 1 : 2);
@@ -51,49 +55,58 @@ std::optional<XmlPath> XmlPath::Parse(std::string_view strPath, const PREFIX* pP
     const char* pUri = nullptr;
     if (const std::size_t nColon = strName.find(':'); nColon != std::string_view::npos) {
       const std::string_view strPrefix = strName.substr(0, nColon);
-      const PREFIX* const pFound =
-          std::find_if(pPrefix, pPrefix + nPrefixes, [&](const PREFIX& prefix) { return strPrefix == prefix.pPrefix; });
-      if (pFound == pPrefix + nPrefixes) return std::nullopt;
+      const PREFIX* const pFound = std::find_if(pPrefix, pPrefix + nPrefixes,
+                                                [&](const PREFIX& prefix) { return strPrefix == prefix.strPrefix; });
+      if (pFound == pPrefix + nPrefixes) return false;
       pUri = pFound->pUri;
       strName.remove_prefix(nColon + 1);
     }
-    if (!IsName(strName) || path.m_rgStep.size() == k_nMaxSteps) return std::nullopt;
-    path.Add({strName, pUri}, blChildOnly);
+    if (!IsName(strName) || m_rgStep.size() == k_nMaxSteps) return false;
+    Add({strName, pUri}, blChildOnly);
   }
-  return path;
+  m_nLast |= STEPS{1} << (m_rgStep.size() - 1);
+  return true;
 }
 
 void XmlPath::Add(const STEP& step, bool blChildOnly) {
-  m_nLast = STEPS{1} << m_rgStep.size();
-  if (blChildOnly) m_nChildOnly |= m_nLast;
+  const STEPS nThis = STEPS{1} << m_rgStep.size();
+  if (blChildOnly) m_nChildOnly |= nThis;
+  m_rgInitial[InitialOf(step.strName.front())] |= nThis;
   m_rgStep.push_back(step);
 }
 
-std::vector<xmlNode*> XmlPath::Find(const xmlDoc* pDoc) const {
-  std::vector<xmlNode*> found;
-  Collect(pDoc->children, found);
+XmlPath::NODES XmlPath::Find(const xmlDoc* pDoc) const {
+  NODES found;
+  Walk(pDoc->children, 0, 0, [&found](xmlNode* pNode, STEPS) {
+    found.push_back(pNode);
+    return true;
+  });
   return found;
 }
 
 xmlNode* XmlPath::First(const xmlDoc* pDoc) const {
-  return FirstFrom(pDoc->children);
+  xmlNode* pFound = nullptr;
+  Walk(pDoc->children, 0, 0, [&pFound](xmlNode* pNode, STEPS) {
+    pFound = pNode;
+    return false;
+  });
+  return pFound;
 }
 
-std::vector<xmlNode*> XmlPath::FindBelow(const std::vector<xmlNode*>& rgRoot) const {
-  std::vector<xmlNode*> found;
-  for (const xmlNode* pRoot : rgRoot) Collect(pRoot->children, found);
-  return found;
+std::vector<XmlPath::NODES> XmlPath::FindEach(const xmlDoc* pDoc) const {
+  std::vector<NODES> rgFound = NothingForEach();
+  CollectEach(pDoc->children, rgFound);
+  return rgFound;
 }
 
-xmlNode* XmlPath::FirstBelow(const std::vector<xmlNode*>& rgRoot) const {
-  for (const xmlNode* pRoot : rgRoot) {
-    if (xmlNode* const pFound = FirstFrom(pRoot->children)) return pFound;
-  }
-  return nullptr;
+std::vector<XmlPath::NODES> XmlPath::FindEachBelow(const NODES& rgRoot) const {
+  std::vector<NODES> rgFound = NothingForEach();
+  for (const xmlNode* pRoot : rgRoot) CollectEach(pRoot->children, rgFound);
+  return rgFound;
 }
 
-std::vector<xmlNode*> XmlPath::Outermost(const std::vector<xmlNode*>& rgNode) {
-  std::vector<xmlNode*> outermost;
+XmlPath::NODES XmlPath::Outermost(const NODES& rgNode) {
+  NODES outermost;
   for (xmlNode* pNode : rgNode) {
     // What lies in an element follows it at once, so that only the last one can hold it.
     const xmlNode* pAncestor = outermost.empty() ? nullptr : pNode->parent;
@@ -103,42 +116,42 @@ std::vector<xmlNode*> XmlPath::Outermost(const std::vector<xmlNode*>& rgNode) {
   return outermost;
 }
 
-void XmlPath::Collect(xmlNode* pFirst, std::vector<xmlNode*>& found) const {
-  Walk(pFirst, 0, 0, [&found](xmlNode* pNode) {
-    found.push_back(pNode);
+std::vector<XmlPath::NODES> XmlPath::NothingForEach() const {
+  return std::vector<NODES>(std::bitset<k_nMaxSteps>(m_nLast).count());
+}
+
+void XmlPath::CollectEach(xmlNode* pFirst, std::vector<NODES>& rgFound) const {
+  Walk(pFirst, 0, 0, [&](xmlNode* pNode, STEPS nMatched) {
+    STEPS nLast = m_nLast;  // of the paths from the next one on
+    for (NODES& found : rgFound) {
+      const STEPS nRest = nLast & (nLast - 1);
+      if ((nMatched & nLast & ~nRest) != 0) found.push_back(pNode);
+      nLast = nRest;
+    }
     return true;
   });
 }
 
-xmlNode* XmlPath::FirstFrom(xmlNode* pFirst) const {
-  xmlNode* pFound = nullptr;
-  Walk(pFirst, 0, 0, [&pFound](xmlNode* pNode) {
-    pFound = pNode;
-    return false;
-  });
-  return pFound;
-}
-
-// Those of the steps at which `pNode` stands.
+// Those of the steps at which `pNode` stands. Most elements begin with another letter than any of them.
 inline XmlPath::STEPS XmlPath::Match(const xmlNode* pNode, STEPS nReached) const {
   STEPS nMatched = 0;
-  STEPS nThis = 1;
-  for (const STEP& step : m_rgStep) {
-    if (nReached < nThis) break;
-    if ((nReached & nThis) != 0 && HasName(pNode, step.strName) && IsInNamespace(pNode, step.pUri)) nMatched |= nThis;
-    nThis <<= 1;
+  STEPS nLeft = nReached & m_rgInitial[InitialOf(static_cast<char>(*pNode->name))];
+  for (std::size_t nStep = 0; nLeft != 0; ++nStep, nLeft >>= 1) {
+    if ((nLeft & 1) == 0) continue;
+    const STEP& step = m_rgStep[nStep];
+    if (HasName(pNode, step.strName) && IsInNamespace(pNode, step.pUri)) nMatched |= STEPS{1} << nStep;
   }
   return nMatched;
 }
 
 template <typename VISIT>
 bool XmlPath::Walk(xmlNode* pFirst, STEPS nParent, STEPS nAncestors, const VISIT& visit) const {
-  // A step is reached by what stands at the one before it: the parent, or any ancestor. The first is always reached.
-  const STEPS nReached = 1 | ((nParent << 1) & m_nChildOnly) | ((nAncestors << 1) & ~m_nChildOnly);
+  // A step is reached by what stands at the one before it: the parent, or any ancestor. The first ones always are.
+  const STEPS nReached = m_nFirst | ((nParent << 1) & m_nChildOnly) | ((nAncestors << 1) & ~m_nChildOnly);
   for (xmlNode* pNode = pFirst; pNode != nullptr; pNode = pNode->next) {
     if (pNode->type != XML_ELEMENT_NODE) continue;
     const STEPS nMatched = Match(pNode, nReached);
-    if ((nMatched & m_nLast) != 0 && !visit(pNode)) return false;
+    if ((nMatched & m_nLast) != 0 && !visit(pNode, nMatched)) return false;
     if (MayHaveElements(pNode) && !Walk(pNode->children, nMatched, nAncestors | nMatched, visit)) return false;
   }
   return true;

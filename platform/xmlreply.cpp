@@ -151,6 +151,25 @@ class MarkupScan {
   std::vector<std::size_t> m_rgScope;  // namespace declarations in scope inside each open element
 };
 
+// Whether the text is too short to go over any ceiling, as nearly all answers are: then libxml2 alone decides what it is.
+bool IsWithinCeilings(std::string_view strText) {
+  static_assert(XML_MAX_START_TAG_BYTES / std::string_view("<a/>").size() <= XML_MAX_ELEMENTS);
+  constexpr std::size_t nMostAttributes = std::min(XML_MAX_ATTRIBUTES, XML_MAX_NAMESPACES);
+  if (strText.size() > XML_MAX_START_TAG_BYTES) return false;
+  // A DOCTYPE has the '!', and libxml2 takes a NUL for the end.
+  if (strText.find('!') != std::string_view::npos || strText.find('\0') != std::string_view::npos) return false;
+  std::size_t nEqualSigns = 0;
+  for (std::size_t nAt = 0; (nAt = strText.find('=', nAt)) != std::string_view::npos; ++nAt) {
+    if (++nEqualSigns > nMostAttributes) return false;
+  }
+  return true;
+}
+
+// Refuses what would cost libxml2 too much; what it lets pass may still be no XML.
+XML_REPLY_RESULT CheckCeilings(std::string_view strText) {
+  return IsWithinCeilings(strText) ? XML_REPLY_RESULT::Parsed : MarkupScan(strText).Run();
+}
+
 // libxml2 reports badly encoded bytes with the code of characters that XML does not allow, but quotes them.
 bool IsBadlyEncoded(const xmlError& error) {
   return error.code == XML_ERR_INVALID_CHAR && error.str1 != nullptr;
@@ -229,7 +248,7 @@ XML_REPLY ParseXmlReply(std::string strBody) {
   const std::optional<std::string> strText = XmlTextToUtf8(std::move(strBody));
   if (!strText) return Refused(XML_REPLY_RESULT::NotXml);
   if (strText->size() > HTTP_MAX_ANSWER_BYTES) return Refused(XML_REPLY_RESULT::LimitRefused);
-  const XML_REPLY_RESULT eScan = MarkupScan(*strText).Run();
-  if (eScan != XML_REPLY_RESULT::Parsed) return Refused(eScan);
+  const XML_REPLY_RESULT eCheck = CheckCeilings(*strText);
+  if (eCheck != XML_REPLY_RESULT::Parsed) return Refused(eCheck);
   return ParseUtf8(*strText);
 }

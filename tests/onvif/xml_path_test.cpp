@@ -21,7 +21,7 @@ constexpr std::array<XmlPath::PREFIX, 2> kPrefixes = {{{"p", "urn:one"}, {"q", "
 std::vector<xmlNode*> FindByXPath(xmlDoc* document, const std::string& path) {
   const XmlXPathContext context(xmlXPathNewContext(document));
   for (const XmlPath::PREFIX& prefix : kPrefixes) {
-    xmlXPathRegisterNs(context.get(), XmlChars(prefix.pPrefix), XmlChars(prefix.pUri));
+    xmlXPathRegisterNs(context.get(), XmlChars(std::string(prefix.strPrefix)), XmlChars(prefix.pUri));
   }
   const XmlXPathObject found(xmlXPathEvalExpression(XmlChars(path), context.get()));
   if (!found || xmlXPathNodeSetIsEmpty(found->nodesetval)) return {};
@@ -72,7 +72,7 @@ class Generator {
  private:
   unsigned Below(unsigned end) { return static_cast<unsigned>(m_random() % end); }
 
-  const char* Name() { return std::array<const char*, 3>{"a", "b", "c-1.x_"}[Below(3)]; }
+  const char* Name() { return std::array<const char*, 4>{"a", "ab", "c-1.x_", "A"}[Below(4)]; }
 
   void Fill(xmlNode* parent, int depth) {
     for (unsigned children = Below(5); children > 0 && m_left > 0; --children) {
@@ -129,6 +129,28 @@ TEST(XmlPath, FindsWhatXPathFindsInTheSameOrder) {
   EXPECT_GT(hits, 1000) << "too few of the paths find anything";
 }
 
+TEST(XmlPath, PathsThatAreLookedForAtOnceFindWhatEachAloneFinds) {
+  int hits = 0;
+  for (unsigned seed = 0; seed < 1000; ++seed) {
+    Generator generator(seed);
+    const XmlDoc document = generator.Document();
+    for (int i = 0; i < 5; ++i) {
+      const std::array<std::string, 4> paths = {generator.Path(), generator.Path(), generator.Step(), generator.Path()};
+      const std::optional<XmlPath> together = XmlPath::Parse({paths[0], paths[1], paths[2], paths[3]}, kPrefixes);
+      ASSERT_TRUE(together) << "seed " << seed;
+      const std::vector<XmlPath::NODES> found = together->FindEach(document.get());
+      ASSERT_THAT(found, testing::SizeIs(paths.size()));
+      for (std::size_t path = 0; path < paths.size(); ++path) {
+        ASSERT_EQ(found[path], FindByXPath(document.get(), paths[path]))
+            << "seed " << seed << ", path " << paths[path] << "\n"
+            << Dump(document.get());
+        if (!found[path].empty()) ++hits;
+      }
+    }
+  }
+  EXPECT_GT(hits, 1000) << "too few of the paths find anything";
+}
+
 TEST(XmlPath, BelowTheOutermostElementsStandsWhatTheWholePathFinds) {
   int hits = 0;
   for (unsigned seed = 0; seed < 1000; ++seed) {
@@ -136,14 +158,17 @@ TEST(XmlPath, BelowTheOutermostElementsStandsWhatTheWholePathFinds) {
     const XmlDoc document = generator.Document();
     for (int i = 0; i < 10; ++i) {
       const std::string head = generator.Step();
-      const std::string rest = generator.Path();
-      const std::vector<xmlNode*> outermost = XmlPath::Outermost(XmlPath::Parse(head, kPrefixes)->Find(document.get()));
-      const std::optional<XmlPath> below = XmlPath::Parse(rest, kPrefixes);
-      const std::vector<xmlNode*> found = below->FindBelow(outermost);
-      ASSERT_EQ(found, FindByXPath(document.get(), head + rest)) << "seed " << seed << ", path " << head << rest << "\n"
-                                                                 << Dump(document.get());
-      ASSERT_EQ(below->FirstBelow(outermost), found.empty() ? nullptr : found.front()) << "seed " << seed;
-      if (!found.empty()) ++hits;
+      const std::array<std::string, 2> rests = {generator.Path(), generator.Path()};
+      const XmlPath::NODES outermost = XmlPath::Outermost(XmlPath::Parse(head, kPrefixes)->Find(document.get()));
+      const std::optional<XmlPath> below = XmlPath::Parse({rests[0], rests[1]}, kPrefixes);
+      const std::vector<XmlPath::NODES> found = below->FindEachBelow(outermost);
+      ASSERT_THAT(found, testing::SizeIs(rests.size()));
+      for (std::size_t rest = 0; rest < rests.size(); ++rest) {
+        const std::string path = head + rests[rest];
+        ASSERT_EQ(found[rest], FindByXPath(document.get(), path)) << "seed " << seed << ", path " << path << "\n"
+                                                                  << Dump(document.get());
+        if (!found[rest].empty()) ++hits;
+      }
     }
   }
   EXPECT_GT(hits, 1000) << "too few of the paths find anything";
@@ -249,6 +274,7 @@ TEST(XmlPath, ThirtyTwoStepsAreTheMost) {
     ASSERT_TRUE(parsed) << path;
     EXPECT_THAT(parsed->Find(document.get()), testing::SizeIs(9)) << path;
     EXPECT_FALSE(XmlPath::Parse(path + separator + "a", kPrefixes)) << separator;
+    EXPECT_FALSE(XmlPath::Parse({path, "//a"}, kPrefixes)) << "together, " << separator;
   }
 }
 
