@@ -122,11 +122,11 @@ std::vector<XmlPath::NODES> XmlPath::NothingForEach() const {
 
 void XmlPath::CollectEach(xmlNode* pFirst, std::vector<NODES>& rgFound) const {
   Walk(pFirst, 0, 0, [&](xmlNode* pNode, STEPS nMatched) {
-    STEPS nLast = m_nLast;  // of the paths from the next one on
-    for (NODES& found : rgFound) {
-      const STEPS nRest = nLast & (nLast - 1);
-      if ((nMatched & nLast & ~nRest) != 0) found.push_back(pNode);
-      nLast = nRest;
+    STEPS nLast = m_nLast;  // of this path and those behind it
+    for (auto itFound = rgFound.begin(); (nMatched & nLast) != 0; ++itFound) {
+      const STEPS nBehind = nLast & (nLast - 1);
+      if ((nMatched & nLast & ~nBehind) != 0) itFound->push_back(pNode);
+      nLast = nBehind;
     }
     return true;
   });

@@ -234,8 +234,8 @@ XML_REPLY ParseUtf8(const std::string& strText) {
   const auto* const pText = reinterpret_cast<const xmlChar*>(strText.c_str());
   OwnedXmlDoc pDoc(xmlCtxtReadDoc(pParser.get(), pText, nullptr, nullptr, k_nParseOptions));
   // libxml2 takes a namespace for which it gets no memory, or which begins with a bad byte, for an empty one.
-  const bool blLostNamespace =
-      !faults.blFatal && !faults.blBadByte && faults.nEmptyNamespaces > CountEmptyNamespaces(strText);
+  const bool blLostNamespace = faults.nEmptyNamespaces != 0 && !faults.blFatal && !faults.blBadByte &&
+                               faults.nEmptyNamespaces > CountEmptyNamespaces(strText);
   // Before the other faults: without memory a good document looks like a bad one.
   if (faults.blNoMemory || silence.HadNoMemory() || blLostNamespace) return Refused(XML_REPLY_RESULT::OutOfMemory);
   if (faults.blFatal || !pDoc) return Refused(XML_REPLY_RESULT::NotXml);
