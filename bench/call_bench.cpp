@@ -24,7 +24,7 @@ namespace {
 using bench::Callers;
 using bench::Case;
 
-constexpr int kUsualRounds = 31;
+constexpr int kUsualRounds = 101;
 constexpr double kTurn_s = 0.02;    // of a case in a round
 constexpr long kMost = 10'000'000;  // of whatever is asked for
 constexpr int kFewProfiles = 2;

@@ -7,6 +7,7 @@
 #include "onvif/onvifmedia.h"
 #include "onvif/onvifnumber.h"
 #include "onvif/onvifreply.h"
+#include "onvif/xmlpath.h"
 #include "onvif/xmlwalk.h"
 
 namespace {
@@ -49,13 +50,17 @@ RET_ONVIF OnvifMediaService::GetVideoEncoderConfigurationOptions(std::string str
                          "//tt:JPEG", "//tt:MPEG4", "//tt:H264"});
   opt.strQualMin = FirstContentOr(rgFound[QUALITY_MIN], "1");
   opt.strQualMax = FirstContentOr(rgFound[QUALITY_MAX], "100");
+  const XmlPath codecPaths =
+      FixedPaths({"//tt:ResolutionsAvailable//tt:Width", "//tt:ResolutionsAvailable//tt:Height",
+                  "//tt:FrameRateRange//tt:Min", "//tt:FrameRateRange//tt:Max", "//tt:GovLengthRange//tt:Min",
+                  "//tt:GovLengthRange//tt:Max", "//tt:Mpeg4ProfilesSupported", "//tt:H264ProfilesSupported"});
   for (std::size_t nCodec = 0; nCodec < std::size(m_rgstrCodec); ++nCodec) {
     // Most cameras list a codec twice, the second time in an Extension.
     const NODES& rgPart = rgFound[FIRST_CODEC + nCodec];
     if (rgPart.empty()) continue;
     OVF_MED_VDO_CODEC codec;
     codec.strName = m_rgstrCodec[nCodec];
-    if (!ReadCodecOptions(rgPart, codec)) break;
+    if (!ReadCodecOptions(codecPaths.FindEachBelow(rgPart), codec)) break;
     opt.lstCodec.push_back(std::move(codec));
   }
   return RET_ONVIF_OK;
@@ -67,11 +72,7 @@ std::string OnvifMediaService::FirstContentOr(const NODES& rgNode, const char* p
 }
 
 // False when the sizes could not be read.
-bool OnvifMediaService::ReadCodecOptions(const NODES& rgPart, OVF_MED_VDO_CODEC& codec) {
-  const std::vector<NODES> rgFound =
-      FindBelow(rgPart, {"//tt:ResolutionsAvailable//tt:Width", "//tt:ResolutionsAvailable//tt:Height",
-                         "//tt:FrameRateRange//tt:Min", "//tt:FrameRateRange//tt:Max", "//tt:GovLengthRange//tt:Min",
-                         "//tt:GovLengthRange//tt:Max", "//tt:Mpeg4ProfilesSupported", "//tt:H264ProfilesSupported"});
+bool OnvifMediaService::ReadCodecOptions(const std::vector<NODES>& rgFound, OVF_MED_VDO_CODEC& codec) {
   if (ReadResoList(rgFound[WIDTH], rgFound[HEIGHT], codec) != RET_ONVIF_OK) return false;
 
   codec.strFpsMin = FirstContentOr(rgFound[FPS_MIN], "");
@@ -103,11 +104,13 @@ RET_ONVIF OnvifMediaService::ReadResoList(const NODES& rgWidth, const NODES& rgH
   seen.reserve(rgWidth.size());
   std::string strWidth;
   std::string strHeight;
+  std::string strSize;
   for (std::size_t nAt = 0; nAt < rgWidth.size(); ++nAt) {
     if (GetNodeContent(rgWidth[nAt], strWidth) != RET_ONVIF_OK) return RET_ONVIF_XML_FAIL;
     if (nAt >= rgHeight.size() || GetNodeContent(rgHeight[nAt], strHeight) != RET_ONVIF_OK) return RET_ONVIF_XML_FAIL;
     // By the texts as sent: "640" and "0640" are different sizes here.
-    if (!seen.insert(strWidth + "x" + strHeight).second) continue;
+    strSize.assign(strWidth).append("x").append(strHeight);
+    if (!seen.insert(strSize).second) continue;
     codec.lstReso.push_back({ReadDecimal(strWidth), ReadDecimal(strHeight)});
   }
   codec.lstReso.sort(CompResolution);

@@ -214,7 +214,7 @@ class CAMAPI_ONVIF_EXPORT OnvifMediaService : public OnvifServiceBase {
 
   CONF_READ ReadConfHead(_xmlNode* pConf, std::string& strToken, std::string& strEncoding);
   std::string FirstContentOr(const NODES& rgNode, const char* pDefault);
-  bool ReadCodecOptions(const NODES& rgPart, OVF_MED_VDO_CODEC& codec);
+  bool ReadCodecOptions(const std::vector<NODES>& rgFound, OVF_MED_VDO_CODEC& codec);
   RET_ONVIF ReadResoList(const NODES& rgWidth, const NODES& rgHeight, OVF_MED_VDO_CODEC& codec);
   bool ReadAudioOption(const _xmlNode* pOption, OVF_MED_AUD_CODEC& codec);
   RET_ONVIF AddCodecFromOptions(OnvifSetRequest& request, const OVF_MED_VDO_CONF& conf);

@@ -39,11 +39,6 @@ std::optional<XmlPath> FixedPath(const char* pPath, bool blVersion10) {
   return XmlPath::Parse(pPath, FixedPrefixes(blVersion10));
 }
 
-// Paths of the driver's own, which are all of the form.
-XmlPath FixedPaths(std::initializer_list<std::string_view> paths, bool blVersion10) {
-  return XmlPath::Parse(paths, FixedPrefixes(blVersion10)).value();
-}
-
 bool Register(xmlXPathContext* pContext, const xmlChar* pPrefix, const xmlChar* pUri) {
   return xmlXPathRegisterNs(pContext, pPrefix, pUri) == 0;
 }
@@ -145,15 +140,15 @@ XmlFirstNode OnvifServiceBase::GetFirstXmlNode(_xmlDoc* pDoc, const char* pXPath
   return {*XmlNodes(*pResult).begin(), std::move(pResult)};
 }
 
-std::vector<OnvifServiceBase::NODES> OnvifServiceBase::FindOutermost(_xmlDoc* pDoc, PATHS paths) const {
-  if (!IsSearchable(pDoc)) return std::vector<NODES>(paths.size());
-  std::vector<NODES> rgFound = FixedPaths(paths, IsVersion10()).FindEach(pDoc);
-  for (NODES& found : rgFound) found = XmlPath::Outermost(found);
-  return rgFound;
+XmlPath OnvifServiceBase::FixedPaths(PATHS paths) const {
+  return XmlPath::Parse(paths, FixedPrefixes(IsVersion10())).value();
 }
 
-std::vector<OnvifServiceBase::NODES> OnvifServiceBase::FindBelow(const NODES& rgOutermost, PATHS paths) const {
-  return FixedPaths(paths, IsVersion10()).FindEachBelow(rgOutermost);
+std::vector<OnvifServiceBase::NODES> OnvifServiceBase::FindOutermost(_xmlDoc* pDoc, PATHS paths) const {
+  if (!IsSearchable(pDoc)) return std::vector<NODES>(paths.size());
+  std::vector<NODES> rgFound = FixedPaths(paths).FindEach(pDoc);
+  for (NODES& found : rgFound) found = XmlPath::Outermost(found);
+  return rgFound;
 }
 
 _xmlXPathObject* OnvifServiceBase::EvaluateXPath(_xmlDoc* pDoc, const char* pXPath) {

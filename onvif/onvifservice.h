@@ -13,6 +13,7 @@ struct _xmlXPathContext;
 struct _xmlXPathObject;
 class CameraAPI;
 struct OnvifReply;
+class XmlPath;
 struct XmlFirstNode;
 
 /// Result of every service operation. The numbers are a contract: they are compared and mapped elsewhere. 2 and 3 mean
@@ -138,16 +139,16 @@ class CAMAPI_ONVIF_EXPORT OnvifServiceBase {
   /// The first node of what `GetXmlNodeSet` gives.
   XmlFirstNode GetFirstXmlNode(_xmlDoc* pDoc, const char* pXPath);
 
-  // Many look-ups in one walk. The paths are the driver's own: of element names, as XmlPath takes them, with the fixed
-  // prefixes and 32 steps together.
   using NODES = std::vector<_xmlNode*>;
   using PATHS = std::initializer_list<std::string_view>;
+
+  /// Paths of the driver's own that are looked for in one walk: of element names, with the fixed prefixes and 32 steps
+  /// together.
+  XmlPath FixedPaths(PATHS paths) const;
 
   /// For each path the elements that it finds and that lie in no other of them; nothing in a document that
   /// `GetXmlNodeSet` refuses.
   std::vector<NODES> FindOutermost(_xmlDoc* pDoc, PATHS paths) const;
-  /// For each path what it finds, in document order, when it begins anew below each of the outermost elements.
-  std::vector<NODES> FindBelow(const NODES& rgOutermost, PATHS paths) const;
 
   CameraAPI* m_pCamApi = nullptr;
   std::string m_strServicePath;

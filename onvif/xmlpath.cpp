@@ -8,16 +8,25 @@ namespace {
 
 constexpr std::size_t k_nMaxSteps = 32;
 constexpr std::size_t k_nUsualSteps = 8;
+constexpr std::size_t k_nUsualSizes = 32;  // of a codec, which most cameras list twice
 
 bool IsNameByte(char cByte) {
   return (cByte >= 'a' && cByte <= 'z') || (cByte >= 'A' && cByte <= 'Z') || (cByte >= '0' && cByte <= '9') ||
          cByte == '_' || cByte == '-' || cByte == '.';
 }
 
-// A plain ASCII name that begins with a letter or "_".
+// Takes the bytes of names at the beginning off.
+std::string_view TakeName(std::string_view& strPath) {
+  const auto* const pEnd =
+      std::find_if_not(strPath.begin(), strPath.end(), [](char cByte) { return IsNameByte(cByte); });
+  const std::string_view strName = strPath.substr(0, static_cast<std::size_t>(pEnd - strPath.begin()));
+  strPath.remove_prefix(strName.size());
+  return strName;
+}
+
+// Begins with a letter or "_", not with a digit, "-" or ".".
 bool IsName(std::string_view strName) {
-  if (strName.empty() || strName.front() <= '9') return false;  // the digits, "-" and "."
-  return std::all_of(strName.begin(), strName.end(), [](char cByte) { return IsNameByte(cByte); });
+  return !strName.empty() && strName.front() > '9';
 }
 
 bool HasName(const xmlNode* pNode, std::string_view strName) {
@@ -50,18 +59,18 @@ bool XmlPath::Append(std::string_view strPath, const PREFIX* pPrefix, std::size_
   while (!strPath.empty()) {
     const bool blChildOnly = strPath.substr(0, 2) != "//";
     strPath.remove_prefix(blChildOnly ? 1 : 2);
-    std::string_view strName = strPath.substr(0, strPath.find('/'));
-    strPath.remove_prefix(strName.size());
+    std::string_view strName = TakeName(strPath);
     const char* pUri = nullptr;
-    if (const std::size_t nColon = strName.find(':'); nColon != std::string_view::npos) {
-      const std::string_view strPrefix = strName.substr(0, nColon);
-      const PREFIX* const pFound = std::find_if(pPrefix, pPrefix + nPrefixes,
-                                                [&](const PREFIX& prefix) { return strPrefix == prefix.strPrefix; });
+    if (!strPath.empty() && strPath.front() == ':') {
+      const PREFIX* const pFound =
+          std::find_if(pPrefix, pPrefix + nPrefixes, [&](const PREFIX& prefix) { return strName == prefix.strPrefix; });
       if (pFound == pPrefix + nPrefixes) return false;
       pUri = pFound->pUri;
-      strName.remove_prefix(nColon + 1);
+      strPath.remove_prefix(1);
+      strName = TakeName(strPath);
     }
-    if (!IsName(strName) || m_rgStep.size() == k_nMaxSteps) return false;
+    const bool blEnds = strPath.empty() || strPath.front() == '/';
+    if (!blEnds || !IsName(strName) || m_rgStep.size() == k_nMaxSteps) return false;
     Add({strName, pUri}, blChildOnly);
   }
   m_nLast |= STEPS{1} << (m_rgStep.size() - 1);
@@ -125,7 +134,10 @@ void XmlPath::CollectEach(xmlNode* pFirst, std::vector<NODES>& rgFound) const {
     STEPS nLast = m_nLast;  // of this path and those behind it
     for (auto itFound = rgFound.begin(); (nMatched & nLast) != 0; ++itFound) {
       const STEPS nBehind = nLast & (nLast - 1);
-      if ((nMatched & nLast & ~nBehind) != 0) itFound->push_back(pNode);
+      if ((nMatched & nLast & ~nBehind) != 0) {
+        if (itFound->empty()) itFound->reserve(k_nUsualSizes);
+        itFound->push_back(pNode);
+      }
       nLast = nBehind;
     }
     return true;

@@ -24,6 +24,16 @@ constexpr ENCODING_MARK k_rgMark[] = {
     {"<\0"sv, 0, "UTF-16LE"},          {"\0<"sv, 0, "UTF-16BE"},
 };
 
+// Null when the text begins with none.
+const ENCODING_MARK* FindMark(std::string_view strText) {
+  constexpr std::string_view strUsual = "<?";  // most answers begin with a declaration
+  if (strText.substr(0, strUsual.size()) == strUsual) return nullptr;
+  for (const ENCODING_MARK& mark : k_rgMark) {
+    if (strText.substr(0, mark.strBytes.size()) == mark.strBytes) return &mark;
+  }
+  return nullptr;
+}
+
 // The XML declaration is short; a longer one is not looked through.
 constexpr std::size_t k_nMaxDeclarationBytes = 256;
 
@@ -84,9 +94,8 @@ std::optional<std::string> XmlTextToUtf8(std::string strText) {
     strText.erase(0, strUtf8Mark.size());
     return strText;
   }
-  for (const ENCODING_MARK& mark : k_rgMark) {
-    if (strText.compare(0, mark.strBytes.size(), mark.strBytes) != 0) continue;
-    return Convert(std::string_view(strText).substr(mark.nSkip), mark.pName);
+  if (const ENCODING_MARK* const pMark = FindMark(strText)) {
+    return Convert(std::string_view(strText).substr(pMark->nSkip), pMark->pName);
   }
   const std::string strName = DeclaredEncoding(strText);
   if (IsTakenAsUtf8(strName)) return strText;

@@ -103,7 +103,7 @@ std::string Element(const std::string& name, const std::string& nameSpace, const
 
 HttpConnection::HttpConnection(std::uint16_t port) : m_socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
   timeval limit{};
-  limit.tv_sec = 5;
+  limit.tv_sec = 30;  // a picture takes long under emulation
   setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
   sockaddr_in address{};
   address.sin_family = AF_INET;
