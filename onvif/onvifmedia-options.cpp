@@ -54,6 +54,7 @@ RET_ONVIF OnvifMediaService::GetVideoEncoderConfigurationOptions(std::string str
       FixedPaths({"//tt:ResolutionsAvailable//tt:Width", "//tt:ResolutionsAvailable//tt:Height",
                   "//tt:FrameRateRange//tt:Min", "//tt:FrameRateRange//tt:Max", "//tt:GovLengthRange//tt:Min",
                   "//tt:GovLengthRange//tt:Max", "//tt:Mpeg4ProfilesSupported", "//tt:H264ProfilesSupported"});
+  static_assert(std::size(m_rgstrCodec) == 3, "each has its path above");
   for (std::size_t nCodec = 0; nCodec < std::size(m_rgstrCodec); ++nCodec) {
     // Most cameras list a codec twice, the second time in an Extension.
     const NODES& rgPart = rgFound[FIRST_CODEC + nCodec];

@@ -142,8 +142,8 @@ class CAMAPI_ONVIF_EXPORT OnvifServiceBase {
   using NODES = std::vector<_xmlNode*>;
   using PATHS = std::initializer_list<std::string_view>;
 
-  /// Paths of the driver's own that are looked for in one walk: of element names, with the fixed prefixes and 32 steps
-  /// together.
+  /// Paths of the driver's own that are looked for in one walk: literals, which the result refers to, of element names,
+  /// with the fixed prefixes and 32 steps together. Anything else is a mistake of the driver's and throws.
   XmlPath FixedPaths(PATHS paths) const;
 
   /// For each path the elements that it finds and that lie in no other of them; nothing in a document that

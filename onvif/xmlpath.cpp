@@ -24,7 +24,7 @@ std::string_view TakeName(std::string_view& strPath) {
   return strName;
 }
 
-// Begins with a letter or "_", not with a digit, "-" or ".".
+// Whether bytes of names begin with a letter or "_", not with a digit, "-" or ".".
 bool IsName(std::string_view strName) {
   return !strName.empty() && strName.front() > '9';
 }
@@ -54,7 +54,7 @@ bool IsInNamespace(const xmlNode* pNode, const char* pUri) {
 
 bool XmlPath::Append(std::string_view strPath, const PREFIX* pPrefix, std::size_t nPrefixes) {
   if (strPath.substr(0, 2) != "//" || m_rgStep.size() == k_nMaxSteps) return false;
-  m_rgStep.reserve(m_rgStep.size() + k_nUsualSteps);
+  if (m_rgStep.empty()) m_rgStep.reserve(k_nUsualSteps);
   m_nFirst |= STEPS{1} << m_rgStep.size();
   while (!strPath.empty()) {
     const bool blChildOnly = strPath.substr(0, 2) != "//";

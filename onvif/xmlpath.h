@@ -23,7 +23,7 @@ class XmlPath {
   };
 
   /// \return nothing when `strPath` is of another form, has more than 32 steps, or uses a prefix that the table does
-  /// not hold. The path refers to `strPath` and to the URIs of the table.
+  /// not hold. The path refers to `strPath`, which must outlive it, and to the URIs of the table.
   template <std::size_t COUNT>
   static std::optional<XmlPath> Parse(std::string_view strPath, const std::array<PREFIX, COUNT>& rgPrefix) {
     return Parse({strPath}, rgPrefix);
@@ -71,13 +71,13 @@ class XmlPath {
   std::vector<NODES> NothingForEach() const;
   void CollectEach(xmlNode* pFirst, std::vector<NODES>& rgFound) const;
 
-  // Gives `visit` the elements that match, in document order, with the last steps at which they stand, until it returns
+  // Gives `visit` the elements that match, in document order, with the steps at which they stand, until it returns
   // false; then returns false as well.
   template <typename VISIT>
   bool Walk(xmlNode* pFirst, STEPS nParent, STEPS nAncestors, const VISIT& visit) const;
 
   std::vector<STEP> m_rgStep;
-  std::array<STEPS, 32> m_rgInitial{};  // the steps whose names begin with a letter, by its last five bits
+  std::array<STEPS, 32> m_rgInitial{};  // the steps whose names begin with a byte, by its last five bits
   STEPS m_nChildOnly = 0;               // steps behind "/" rather than "//"
   STEPS m_nFirst = 0;                   // the first step of each path
   STEPS m_nLast = 0;                    // the last step of each path

@@ -151,9 +151,10 @@ class MarkupScan {
   std::vector<std::size_t> m_rgScope;  // namespace declarations in scope inside each open element
 };
 
-// Whether the text is too short to go over any ceiling, as nearly all answers are: then libxml2 alone decides what it is.
+// Whether it is seen without a look at the markup that the text, if it is XML at all, goes over no ceiling, as nearly all
+// answers do not: then libxml2 alone decides what it is.
 bool IsWithinCeilings(std::string_view strText) {
-  static_assert(XML_MAX_START_TAG_BYTES / std::string_view("<a/>").size() <= XML_MAX_ELEMENTS);
+  static_assert(XML_MAX_START_TAG_BYTES <= XML_MAX_ELEMENTS, "each element has a '<'");
   constexpr std::size_t nMostAttributes = std::min(XML_MAX_ATTRIBUTES, XML_MAX_NAMESPACES);
   if (strText.size() > XML_MAX_START_TAG_BYTES) return false;
   // A DOCTYPE has the '!', and libxml2 takes a NUL for the end.

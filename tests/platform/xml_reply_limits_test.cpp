@@ -113,6 +113,21 @@ TEST(XmlReplyLimits, AttributesUpToTheCeilingAndOneMore) {
   EXPECT_EQ(ParseXmlReply("<a>" + Repeated(tag, 2000) + "</a>").eResult, XML_REPLY_RESULT::Parsed);
 }
 
+TEST(XmlReplyLimits, AttributesAreCountedForEachElementAlone) {
+  for (const std::size_t count : {XML_MAX_ATTRIBUTES, XML_MAX_ATTRIBUTES + 1}) {
+    const std::string text = "<a>" + Repeated("<b c='" + std::string(10, 'x') + "'/>", count) + "</a>";
+    EXPECT_EQ(ParseXmlReply(text).eResult, XML_REPLY_RESULT::Parsed) << count;
+  }
+}
+
+// What only looks like many attributes is no XML at all.
+TEST(XmlReplyLimits, ShortTagOfValuesWithoutNamesIsNoDocument) {
+  for (const char* piece : {"''", "b=''", "'' ", " xmlns"}) {
+    EXPECT_EQ(ParseXmlReply("<a " + Repeated(piece, XML_MAX_ATTRIBUTES + 1) + "/>").eResult, XML_REPLY_RESULT::NotXml)
+        << piece;
+  }
+}
+
 /// Start tag with so many namespace declarations, each of another prefix.
 std::string Declaring(std::size_t count, std::size_t first = 0) {
   std::string text = "<a";

@@ -364,7 +364,7 @@ TEST_F(HttpQuirks, AClientThatLeavesFreesItsPlace) {
 
 TEST(SimCamera, StopsAtOnceWithBrokenAnswersOnTheirWay) {
   SimCamera camera(simcam::LoadModel("ptz-dome"));
-  const std::pair<const char*, const char*> kinds[] = {{"http-drip=1000", "GetServices"},
+  const std::pair<const char*, const char*> kinds[] = {{"http-drip=30000", "GetServices"},
                                                        {"http-no-answer", "GetCapabilities"},
                                                        {"http-delay=30000", "GetServiceCapabilities"},
                                                        {"http-idle-close=30000", "GetSystemDateAndTime"}};
