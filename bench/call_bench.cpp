@@ -2,9 +2,11 @@
 // this process, the camera not counted. All cases take turns, a short while each, so that a ratio of two of them is
 // taken under the same circumstances however the machine's change.
 //
-//   call-bench [ROUNDS]                        a JSON array, an object for each case: microseconds of a call per round
+//   call-bench [ROUNDS]                        a JSON array, an object for each case: microseconds of a call per round,
+//                                              and the TCP connections that a call made
 //   call-bench --calls COUNT CASE [PROFILES]   one case so many times, without a clock: for a tool that counts
 //                                              instructions
+//   call-bench --operations                    the names of the single operations, one a line
 
 #include <algorithm>
 #include <cstdio>
@@ -37,9 +39,11 @@ struct Measured {
   Callers& callers;
   long calls = 1;  // of a turn
   std::vector<double> perCall_us = {};
+  long connections = 0;  // of all rounds
 };
 
-constexpr char kUsage[] = "usage: call-bench [ROUNDS] | call-bench --calls COUNT CASE [PROFILES]; numbers from 1";
+constexpr char kUsage[] =
+    "usage: call-bench [ROUNDS] | call-bench --calls COUNT CASE [PROFILES] | call-bench --operations; numbers from 1";
 
 long Number(const char* text) {
   char* end = nullptr;
@@ -50,9 +54,10 @@ long Number(const char* text) {
 
 /// Everything that can be called by name: the cases and the single operations.
 std::vector<Case> AllCases() {
-  std::vector<Case> all = bench::StreamUriCases();
-  all.insert(all.end(), bench::TenCallCases().begin(), bench::TenCallCases().end());
-  for (const bench::Operation& operation : bench::TenCalls()) all.push_back({operation.name, operation.call});
+  std::vector<Case> all;
+  for (const auto& cases : {bench::StreamUriCases(), bench::OperationCases(), bench::TenCallCases()}) {
+    all.insert(all.end(), cases.begin(), cases.end());
+  }
   return all;
 }
 
@@ -75,6 +80,12 @@ double PerCall_s(const Measured& measured) {
   return (ProcessorTime_s() - start_s) / static_cast<double>(measured.calls);
 }
 
+void TakeTurn(Measured& measured) {
+  const long before = measured.callers.camera.Connections();
+  measured.perCall_us.push_back(1e6 * PerCall_s(measured));
+  measured.connections += measured.callers.camera.Connections() - before;
+}
+
 /// Makes what later calls keep, and finds out how many fit into a turn.
 void WarmUp(Measured& measured) {
   measured.what.call(measured.callers);
@@ -90,7 +101,8 @@ void Print(const std::vector<Measured>& all) {
       std::printf("%s%.3f", comma, time_us);
       comma = ", ";
     }
-    std::printf("]}");
+    const double calls = static_cast<double>(measured.calls) * static_cast<double>(measured.perCall_us.size());
+    std::printf("], \"connections\": %.6f}", static_cast<double>(measured.connections) / calls);
     separator = ",\n";
   }
   std::printf("\n]\n");
@@ -101,13 +113,13 @@ void Measure(long rounds) {
   std::vector<Measured> all;
   for (const int profiles : kProfiles) {
     callers.push_back(CallersOf(profiles));
-    const std::vector<Case>& cases = profiles == kFewProfiles ? bench::StreamUriCases() : bench::TenCallCases();
-    for (const Case& what : cases) all.push_back({what, profiles, *callers.back()});
+    for (const Case& what : profiles == kFewProfiles ? AllCases() : bench::TenCallCases()) {
+      all.push_back({what, profiles, *callers.back()});
+    }
   }
-  for (const Case& what : bench::TenCallCases()) all.push_back({what, kFewProfiles, *callers.front()});
   for (Measured& measured : all) WarmUp(measured);
   for (long round = 0; round < rounds; ++round) {
-    for (Measured& measured : all) measured.perCall_us.push_back(1e6 * PerCall_s(measured));
+    for (Measured& measured : all) TakeTurn(measured);
   }
   Print(all);
 }
@@ -126,12 +138,18 @@ int Call(long count, const char* name, int profiles) {
   return 0;
 }
 
+int ListOperations() {
+  for (const Case& operation : bench::OperationCases()) std::printf("%s\n", operation.name);
+  return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   try {
     const bool isOneCase = (argc == 4 || argc == 5) && std::strcmp(argv[1], "--calls") == 0;
     if (isOneCase) return Call(Number(argv[2]), argv[3], argc > 4 ? static_cast<int>(Number(argv[4])) : kFewProfiles);
+    if (argc == 2 && std::strcmp(argv[1], "--operations") == 0) return ListOperations();
     if (argc > 2) throw std::invalid_argument(kUsage);
     Measure(argc > 1 ? Number(argv[1]) : kUsualRounds);
   } catch (const std::invalid_argument& error) {

@@ -16,9 +16,11 @@ constexpr char kMajor[] = "2";
 constexpr char kMinor[] = "40";
 constexpr char kStreamUriXPath[] = "//trt:GetStreamUriResponse//trt:MediaUri//tt:Uri";
 constexpr unsigned kPanTiltZoom = 7;
+constexpr int kToTheRight = 1;
 
 CameraCap& Stored() {
-  static CameraCap cap(std::map<std::string, std::string>{{"media_entry", kServicePath}, {"ptz_entry", kServicePath}});
+  static CameraCap cap(std::map<std::string, std::string>{
+      {"media_entry", kServicePath}, {"ptz_entry", kServicePath}, {"preset", "63"}, {"pan", "yes"}, {"tilt", "yes"}});
   return cap;
 }
 
@@ -105,6 +107,37 @@ void Driver(Callers& callers) {
   Require(callers.driver.GetLivePathPort(path, port) == CAMERA_OK && !path.empty(), "no stream path");
 }
 
+void DriverInfo(Callers& callers) {
+  std::map<std::string, std::string> info;
+  Require(callers.driver.GetDeviceInfo(info) == CAMERA_OK && !info.empty(), "no identity");
+}
+
+void DriverPath(Callers& callers) {
+  std::string path;
+  int port = 0;
+  Require(callers.driver.GetPathPort(path, port) == CAMERA_OK && !path.empty(), "no stream path");
+}
+
+void DriverShotPath(Callers& callers) {
+  std::string path;
+  int port = 0;
+  int flag = 0;
+  Require(callers.driver.GetShotPathPort(path, port, flag) == CAMERA_OK && !path.empty(), "no snapshot path");
+}
+
+void DriverPresets(Callers& callers) {
+  std::map<int, std::string> presets;
+  Require(callers.driver.GetPresets(presets) == CAMERA_OK && !presets.empty(), "no presets");
+}
+
+void DriverMove(Callers& callers) {
+  Require(callers.driver.LensPTZStart(kToTheRight) == CAMERA_OK, "no move");
+}
+
+void DriverStop(Callers& callers) {
+  Require(callers.driver.LensPTZStop(kToTheRight) == CAMERA_OK, "no stop");
+}
+
 void ParseTen(Callers& callers) {
   for (const Operation& operation : TenCalls()) {
     callers.floor.Post(callers.media.GenSOAPMsg(operation.body));
@@ -175,6 +208,22 @@ const std::vector<Case>& StreamUriCases() {
       {"service", GetStreamUri},
       {"driver", Driver},
   };
+  return cases;
+}
+
+const std::vector<Case>& OperationCases() {
+  static const std::vector<Case> cases = [] {
+    std::vector<Case> all;
+    for (const Operation& operation : TenCalls()) all.push_back({operation.name, operation.call});
+    all.insert(all.end(), {{"ONVIFAPI::GetDeviceInfo", DriverInfo},
+                           {"ONVIFAPI::GetPathPort", DriverPath},
+                           {"ONVIFAPI::GetLivePathPort", Driver},
+                           {"ONVIFAPI::GetShotPathPort", DriverShotPath},
+                           {"ONVIFAPI::GetPresets", DriverPresets},
+                           {"ONVIFAPI::LensPTZStart", DriverMove},
+                           {"ONVIFAPI::LensPTZStop", DriverStop}});
+    return all;
+  }();
   return cases;
 }
 

@@ -41,6 +41,9 @@ struct Case {
 /// One GetStreamUri, from its parts over the floor to the whole driver.
 const std::vector<Case>& StreamUriCases();
 
+/// Single operations: those of the services in the ten calls, and some of the server's, which have their class before them.
+const std::vector<Case>& OperationCases();
+
 /// The ten calls: as little as is possible, and through the service clients.
 const std::vector<Case>& TenCallCases();
 

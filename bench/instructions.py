@@ -2,6 +2,7 @@
 file of records, and --record to write it anew."""
 
 import platform
+import subprocess
 import sys
 
 sys.dont_write_bytecode = True
@@ -12,8 +13,8 @@ TOLERANCE = 0.10  # libraries differ a little from machine to machine
 PROCESSOR = "x86_64"  # for which the numbers are
 
 HEADER = """\
-# Instructions of a call through a service client, as `bench/instructions --record` counts them on x86-64 with the
-# libraries of Debian 12: operation, number.
+# Instructions of an operation, of a service or of the server's, as `bench/instructions --record` counts them on x86-64
+# with the libraries of Debian 12: operation, number.
 """
 
 
@@ -23,13 +24,20 @@ def read(path):
     return {name: int(number) for name, number in rows}
 
 
-def record(program, path, names):
-    lines = [f"{name} {instructions(program, name)}\n" for name in names]
+def operations(program):
+    return subprocess.run([program, "--operations"], stdout=subprocess.PIPE, text=True, check=True).stdout.split()
+
+
+def record(program, path):
+    lines = [f"{name} {instructions(program, name)}\n" for name in operations(program)]
     with open(path, "w", encoding="ascii") as file:
         file.write(HEADER + "".join(lines))
 
 
 def compare(program, recorded):
+    if set(recorded) != set(operations(program)):
+        print("the operations that are recorded are not those that are measured: bench/instructions --record", file=sys.stderr)
+        return 1
     slower = 0
     print(f"{'operation':<40} {'recorded':>10} {'now':>10} {'ratio':>7}")
     for name, before in recorded.items():
@@ -53,7 +61,7 @@ def main():
         print(f"not compared: the numbers are for {PROCESSOR}, and this is {platform.machine()}")
         return 0
     if sys.argv[3:] == ["--record"]:
-        return record(program, path, read(path))
+        return record(program, path)
     return compare(program, read(path))
 
 

@@ -1,4 +1,4 @@
-// What many driver objects hold: bytes of the heap, idle and connected, and TCP connections. Prints a JSON object.
+// What many driver objects hold: bytes of the heap, idle and connected, and TCP connections. Prints a JSON array.
 
 #include <malloc.h>
 

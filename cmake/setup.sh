@@ -10,12 +10,12 @@ stream_packages=(libgstrtspserver-1.0-dev libgstreamer-plugins-base1.0-dev gstre
 player_packages=(ffmpeg)
 test_packages=(libgtest-dev libgmock-dev python3 python3-lxml curl binutils gzip util-linux valgrind locales dpkg-dev
                fakeroot file)
-check_packages=(clang-format clang-tidy doxygen)
+check_packages=(git clang-format clang-tidy doxygen)
 fuzz_packages=(clang libclang-rt-14-dev)
 
 # have_package NAME: whether the package is installed.
 have_package() {
-  [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
+  dpkg-query -W -f='${db:Status-Status}\n' "$1" 2>/dev/null | grep -qx installed
 }
 
 # as_root COMMAND...: runs the command as root, or says what is missing.
@@ -45,8 +45,9 @@ need_packages() {
     echo "No right to install packages. As root, run: apt-get update && apt-get install -y --no-install-recommends ${missing[*]}" >&2
     return 1
   fi
-  as_root apt-get update -qq >&2 &&
-    as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2
+  # A machine that was just started may be busy with updates of its own.
+  as_root apt-get -o DPkg::Lock::Timeout=300 update -qq >&2 &&
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=300 install -y -qq --no-install-recommends "${missing[@]}" >&2
 }
 
 # want_packages WHAT NAME...: installs those that are missing; where that fails it says what will be missing, and goes on.
