@@ -36,7 +36,8 @@ def record(program, path):
 
 def compare(program, recorded):
     if set(recorded) != set(operations(program)):
-        print("the operations that are recorded are not those that are measured: bench/instructions --record", file=sys.stderr)
+        print("the operations that are recorded are not those that are measured: bench/instructions --record",
+              file=sys.stderr)
         return 1
     slower = 0
     print(f"{'operation':<40} {'recorded':>10} {'now':>10} {'ratio':>7}")

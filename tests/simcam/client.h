@@ -15,9 +15,6 @@ constexpr const char* kPtz20Ns = "http://www.onvif.org/ver20/ptz/wsdl";
 
 using UtcTime = std::chrono::system_clock::time_point;
 
-// What the camera does at once is done by then, also on a busy machine. Its own times are 15 seconds and more.
-constexpr std::chrono::seconds kSoon{5};
-
 std::string Base64(const std::string& bytes);
 
 // "2024-02-29T12:00:00.000Z"

@@ -66,11 +66,12 @@ std::size_t Memory() {
 
 class HttpLimits : public testing::Test {
  protected:
-  // Another client is served, and soon.
+  // Another client is served, and long before connections are closed that say nothing (15 seconds): under emulation the
+  // server has the thousand others to look at first.
   void ExpectServed() const {
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(HttpConnection(m_camera.Port()).Post(kDevicePath, DateRequest()).status, 200);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, simcamtest::kSoon);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
   }
 
   SimCamera m_camera{simcam::LoadModel("ptz-dome")};

@@ -149,7 +149,7 @@ TEST_F(Http, ManyIdleConnectionsDoNotLockOthersOut) {
   }
   const auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(HttpConnection(m_camera.Port()).Post(kDevicePath, DateRequest()).status, 200);
-  EXPECT_LT(std::chrono::steady_clock::now() - start, simcamtest::kSoon);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
   EXPECT_TRUE(idle.front()->IsClosedByPeer()) << "the longest idle connection makes room";
 }
 
@@ -162,7 +162,7 @@ TEST(SimCamera, StopsAtOnceWithOpenConnections) {
   }
   const auto start = std::chrono::steady_clock::now();
   camera.Stop();
-  EXPECT_LT(std::chrono::steady_clock::now() - start, simcamtest::kSoon);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(200));
   EXPECT_TRUE(idle.front()->IsClosedByPeer());
   EXPECT_FALSE(HttpConnection(camera.Port()).IsOpen());
   camera.Stop();
