@@ -1,7 +1,5 @@
 // What many driver objects hold: bytes of the heap, idle and connected, and TCP connections. Prints a JSON array.
 
-#include <malloc.h>
-
 #include <cstdio>
 #include <exception>
 #include <map>
@@ -12,6 +10,7 @@
 
 #include "bench/canned_camera.h"
 #include "onvif/camapi-onvif.h"
+#include "tests/support/process_figures.h"
 
 namespace {
 
@@ -25,12 +24,6 @@ class BaseOnly : public CameraAPI {
   using CameraAPI::CameraAPI;
 };
 
-/// Bytes that were asked of malloc and not given back, with its own overhead.
-long InUse() {
-  const struct mallinfo2 info = mallinfo2();
-  return static_cast<long>(info.uordblks + info.hblkhd);
-}
-
 template <typename OBJECT>
 std::vector<std::unique_ptr<OBJECT>> Reserved(int count) {
   std::vector<std::unique_ptr<OBJECT>> objects;
@@ -40,11 +33,11 @@ std::vector<std::unique_ptr<OBJECT>> Reserved(int count) {
 
 long BytesPerBase(int count, int port) {
   auto objects = Reserved<BaseOnly>(count);
-  const long before = InUse();
+  const long before = testsupport::HeapBytes();
   for (int i = 0; i < count; ++i) {
     objects.push_back(std::make_unique<BaseOnly>("127.0.0.1", port, "admin", "password12", "p0,p1", true));
   }
-  return (InUse() - before) / count;
+  return (testsupport::HeapBytes() - before) / count;
 }
 
 struct Operation {
@@ -84,13 +77,13 @@ void Measure(int count, const char* end) {
   const long base = BytesPerBase(count, camera.Port());
   auto drivers = Reserved<ONVIFAPI>(count);
   const long connectionsBefore = camera.Connections();
-  const long before = InUse();
+  const long before = testsupport::HeapBytes();
   for (int i = 0; i < count; ++i) {
     drivers.push_back(std::make_unique<ONVIFAPI>("127.0.0.1", camera.Port(), "admin", "password12", "p0,p1", cap));
   }
-  const long idle = InUse();
+  const long idle = testsupport::HeapBytes();
   for (const auto& driver : drivers) Tour(*driver);
-  const long connected = InUse();
+  const long connected = testsupport::HeapBytes();
   std::printf("  {\"objects\": %d, \"base\": %ld, \"idle\": %ld, \"connected\": %ld, \"connections\": %ld}%s\n", count,
               base, (idle - before) / count, (connected - before) / count, camera.Connections() - connectionsBefore,
               end);

@@ -1,14 +1,12 @@
 #include "bench/soaking/footprint.h"
 
-#include <malloc.h>
-
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string_view>
+
+#include "tests/support/process_figures.h"
 
 namespace soak {
 
@@ -27,25 +25,13 @@ long StatusOf(std::string_view name) {
   return 0;
 }
 
-// Also what is mapped for large blocks, but for what waits to be used again.
-long InUse() {
-  const struct mallinfo2 info = mallinfo2();
-  return static_cast<long>(info.uordblks + info.hblkhd);
-}
-
-// Not counted: the one that reads the folder.
-long OpenDescriptors() {
-  const std::filesystem::directory_iterator first("/proc/self/fd");
-  return static_cast<long>(std::distance(begin(first), std::filesystem::directory_iterator())) - 1;
-}
-
 }  // namespace
 
 Footprint Measure() {
   Footprint footprint;
-  footprint.inUse = InUse();
+  footprint.inUse = testsupport::HeapBytes();
   footprint.resident = StatusOf("VmRSS") * kKibibyte;
-  footprint.descriptors = OpenDescriptors();
+  footprint.descriptors = testsupport::OpenDescriptors();
   footprint.threads = StatusOf("Threads");
   return footprint;
 }

@@ -14,6 +14,7 @@
 #include "dupfromhx/hxdebuglog.h"
 #include "tests/dupfromhx/log_fixture.h"
 #include "tests/support/child_process.h"
+#include "tests/support/process_figures.h"
 #include "tests/support/unique_fd.h"
 
 namespace {

@@ -5,8 +5,8 @@
 
 #include "dupfromhx/hxdebuglog.h"
 #include "tests/dupfromhx/log_fixture.h"
+#include "tests/support/process_figures.h"
 #include "tests/support/test_locale.h"
-#include "tests/support/unique_fd.h"
 
 namespace {
 

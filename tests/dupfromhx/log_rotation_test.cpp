@@ -8,7 +8,7 @@
 
 #include "dupfromhx/hxdebuglog.h"
 #include "tests/dupfromhx/log_fixture.h"
-#include "tests/support/unique_fd.h"
+#include "tests/support/process_figures.h"
 
 namespace {
 

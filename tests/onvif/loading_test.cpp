@@ -18,8 +18,8 @@
 
 #include "onvif/camapi-onvif.h"
 #include "tests/onvif/command_lines.h"
+#include "tests/support/process_figures.h"
 #include "tests/support/scripted_camera.h"
-#include "tests/support/unique_fd.h"
 
 namespace testsupport {
 namespace {

@@ -12,6 +12,7 @@
 
 #include "tests/platform/http_client_fixture.h"
 #include "tests/support/child_process.h"
+#include "tests/support/process_figures.h"
 #include "tests/support/unique_fd.h"
 
 namespace {

@@ -12,7 +12,7 @@
 #include <iterator>
 
 #include "tests/support/child_process.h"
-#include "tests/support/unique_fd.h"
+#include "tests/support/process_figures.h"
 
 namespace {
 

@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>
 #include <cstdio>
 #include <ctime>
 
@@ -103,7 +102,7 @@ std::string Element(const std::string& name, const std::string& nameSpace, const
 
 HttpConnection::HttpConnection(std::uint16_t port) : m_socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
   timeval limit{};
-  limit.tv_sec = 30;  // a picture takes long under emulation
+  limit.tv_sec = kReadSeconds;
   setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
   sockaddr_in address{};
   address.sin_family = AF_INET;
@@ -196,15 +195,6 @@ HttpReply HttpConnection::Get(const std::string& target, const std::string& auth
 HttpReply HttpConnection::Post(const std::string& path, const std::string& body, const std::string& host) const {
   Send(PostRequest(path, body, host));
   return Receive();
-}
-
-bool HttpConnection::IsClosedByPeer() const {
-  std::array<char, 4096> bytes{};
-  ssize_t count = 0;
-  do {
-    count = recv(m_socket, bytes.data(), bytes.size(), 0);
-  } while (count > 0);
-  return count == 0 || errno == ECONNRESET;
 }
 
 }  // namespace simcamtest

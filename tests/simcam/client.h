@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <string>
 
+#include "tests/simcam/closing.h"
+
 namespace simcamtest {
 
 constexpr const char* kDeviceNs = "http://www.onvif.org/ver10/device/wsdl";
@@ -53,7 +55,10 @@ struct HttpReply {
   std::string body;
 };
 
-// One TCP connection to 127.0.0.1. Reading waits 5 seconds at most.
+// Reading waits so long at most: a picture takes long under emulation.
+constexpr int kReadSeconds = 30;
+
+// One TCP connection to 127.0.0.1. Reading waits kReadSeconds at most.
 class HttpConnection {
  public:
   explicit HttpConnection(std::uint16_t port);
@@ -84,8 +89,8 @@ class HttpConnection {
 
   HttpReply Post(const std::string& path, const std::string& body, const std::string& host = "127.0.0.1") const;
 
-  // True when the other side closes the connection within 5 seconds.
-  bool IsClosedByPeer() const;
+  // True when the other side ends the connection within kLongest.
+  bool IsClosedByPeer() const { return simcamtest::IsClosedByPeer(m_socket); }
 
  private:
   int m_socket = -1;

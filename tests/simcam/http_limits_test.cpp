@@ -1,13 +1,8 @@
 // What clients that send too much, or hold too much, can do to a camera: nothing to others, and nothing to its memory.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
-#include <algorithm>
 #include <chrono>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -15,6 +10,7 @@
 #include "simcam/simcamera.h"
 #include "tests/simcam/client.h"
 #include "tests/simcam/messages.h"
+#include "tests/support/process_figures.h"
 
 namespace {
 
@@ -27,41 +23,14 @@ using simcamtest::kDeviceNs;
 using simcamtest::kDevicePath;
 using simcamtest::kLongest;
 using testing::HasSubstr;
+using testsupport::ManyDescriptors;
+using testsupport::OpenDescriptors;
+using testsupport::ResidentBytes;
 
 constexpr std::size_t kMebibyte = std::size_t{1024} * 1024;
 
 std::string HeadWith(const std::string& headers) {
   return std::string("POST ") + kDevicePath + " HTTP/1.1\r\nHost: x\r\n" + headers;
-}
-
-// More descriptors for this process, as far as it may have them, until the end of the object.
-class ManyDescriptors {
- public:
-  ManyDescriptors() {
-    getrlimit(RLIMIT_NOFILE, &m_before);
-    rlimit more = m_before;
-    more.rlim_cur = std::min<rlim_t>(more.rlim_max, 4096);
-    setrlimit(RLIMIT_NOFILE, &more);
-  }
-  ~ManyDescriptors() { setrlimit(RLIMIT_NOFILE, &m_before); }
-  ManyDescriptors(const ManyDescriptors&) = delete;
-  ManyDescriptors& operator=(const ManyDescriptors&) = delete;
-
- private:
-  rlimit m_before{};
-};
-
-std::size_t OpenDescriptors() {
-  const std::filesystem::directory_iterator all("/proc/self/fd");
-  return static_cast<std::size_t>(std::distance(begin(all), end(all)));
-}
-
-// Resident memory of this process, in bytes.
-std::size_t Memory() {
-  std::ifstream file("/proc/self/statm");
-  std::size_t pages = 0;
-  file >> pages >> pages;
-  return pages * 4096;
 }
 
 class HttpLimits : public testing::Test {
@@ -89,11 +58,11 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& row) { return "way_" + std::to_string(row.index); });
 
 TEST_P(BadClients, AThousandOfThemDoNotLockOthersOut) {
-  constexpr std::size_t kCount = 1000;
+  constexpr int kCount = 1000;
   const ManyDescriptors more;
-  const std::size_t before = OpenDescriptors();
+  const int before = OpenDescriptors();
   std::vector<std::unique_ptr<HttpConnection>> all;
-  for (std::size_t i = 0; i < kCount; ++i) {
+  for (int i = 0; i < kCount; ++i) {
     all.push_back(std::make_unique<HttpConnection>(m_camera.Port()));
     ASSERT_TRUE(all.back()->IsOpen()) << i;
     all.back()->Send(GetParam());
@@ -107,7 +76,7 @@ TEST_P(BadClients, AThousandOfThemDoNotLockOthersOut) {
 TEST_F(HttpLimits, AThousandClientsThatWaitForNoAnswerDoNotLockOthersOut) {
   const ManyDescriptors more;
   m_camera.SwitchOn("http-no-answer@GetServices");
-  const std::size_t before = OpenDescriptors();
+  const int before = OpenDescriptors();
   std::vector<std::unique_ptr<HttpConnection>> all;
   for (std::size_t i = 0; i < 1000; ++i) {
     all.push_back(std::make_unique<HttpConnection>(m_camera.Port()));
@@ -118,7 +87,7 @@ TEST_F(HttpLimits, AThousandClientsThatWaitForNoAnswerDoNotLockOthersOut) {
 }
 
 TEST_F(HttpLimits, AHugeBodyIsCutOffEarlyAndNotKept) {
-  const std::size_t before = Memory();
+  const std::size_t before = ResidentBytes();
   const HttpConnection connection(m_camera.Port());
   connection.Send(HeadWith("Content-Length: 104857600\r\n\r\n"));
   const std::string piece(kMebibyte, ' ');
@@ -131,7 +100,7 @@ TEST_F(HttpLimits, AHugeBodyIsCutOffEarlyAndNotKept) {
     }
   }
   EXPECT_LT(sent, 40 * kMebibyte) << "what the system's buffers take, and no more";
-  EXPECT_LT(Memory(), before + 32 * kMebibyte);
+  EXPECT_LT(ResidentBytes(), before + 32 * kMebibyte);
   ExpectServed();
 }
 

@@ -5,15 +5,13 @@
 #include <string>
 
 #include "tests/simcam/client.h"
+#include "tests/simcam/closing.h"
 
 namespace simcamtest {
 
 constexpr const char* kDevicePath = "/onvif/device_service";
 
 constexpr const char* kTtNamespace = " xmlns=\"http://www.onvif.org/ver10/schema\"";
-
-// To wait for what must come.
-constexpr std::chrono::seconds kLongest{10};
 
 // As FaultCodes tells them.
 constexpr const char* kNotAuthorized = "env:Sender ter:NotAuthorized";

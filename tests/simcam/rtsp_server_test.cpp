@@ -1,8 +1,6 @@
 // How the RTSP server treats its clients: those that come and go, those that misbehave, and those whose stream changes.
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 
-#include <fstream>
 #include <memory>
 #include <stdexcept>
 #include <thread>
@@ -11,6 +9,7 @@
 #include "simcam/simcamera.h"
 #include "tests/simcam/client.h"
 #include "tests/simcam/rtsp_fixture.h"
+#include "tests/support/process_figures.h"
 
 namespace {
 
@@ -25,6 +24,8 @@ using simcamtest::Sample;
 using simcamtest::SmallH264;
 using simcamtest::Stream;
 using testing::HasSubstr;
+using testsupport::ManyDescriptors;
+using testsupport::ResidentBytes;
 
 TEST_F(Rtsp, QuickReconnectsAreAllServed) {
   m_server->Update({SmallH264("/a")});
@@ -118,18 +119,8 @@ TEST_F(Rtsp, GarbageAndHalfRequestsDisturbNobody) {
   EXPECT_TRUE(viewer.HasData());
 }
 
-// File descriptors of this process, which holds both ends, are enough for `count`.
-void AllowDescriptors(rlim_t count) {
-  rlimit limit{};
-  getrlimit(RLIMIT_NOFILE, &limit);
-  if (limit.rlim_cur < count) {
-    limit.rlim_cur = std::min(count, limit.rlim_max);
-    setrlimit(RLIMIT_NOFILE, &limit);
-  }
-}
-
 TEST_F(Rtsp, ThousandSilentConnectionsLockNobodyOut) {
-  AllowDescriptors(2000);
+  const ManyDescriptors bothEnds;
   m_server->Update({SmallH264("/a")});
   RtspConnection viewer(Port());
   ASSERT_EQ(viewer.Play("/a"), 200);
@@ -191,25 +182,16 @@ TEST_F(Rtsp, PortInUseIsAnErrorWithItsReason) {
   }
 }
 
-// Resident memory of this process in bytes.
-std::size_t Memory() {
-  std::ifstream file("/proc/self/statm");
-  std::size_t all = 0;
-  std::size_t resident = 0;
-  file >> all >> resident;
-  return resident * 4096;
-}
-
 TEST_F(Rtsp, ServersWithoutViewersAreCheap) {
   constexpr std::size_t kServers = 50;
-  const std::size_t before = Memory();
+  const std::size_t before = ResidentBytes();
   std::vector<std::unique_ptr<RtspServer>> servers;
   for (std::size_t i = 0; i < kServers; ++i) {
     servers.push_back(std::make_unique<RtspServer>(RtspOptions(), "SD-4230", nullptr));
     servers.back()->Update({SmallH264("/a"), SmallH264("/b"), SmallH264("/c")});
   }
   EXPECT_EQ(RtspConnection(servers.back()->Port()).Ask("OPTIONS", "/a").status, 200);
-  EXPECT_LT(Memory() - before, kServers * 1024 * 1024);
+  EXPECT_LT(ResidentBytes(), before + kServers * 1024 * 1024);
 }
 
 class StreamingCamera : public Rtsp {

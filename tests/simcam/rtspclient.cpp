@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstdlib>
 #include <stdexcept>
 #include <utility>
@@ -139,16 +138,6 @@ int RtspConnection::Play(const std::string& target) {
 bool RtspConnection::HasData() const {
   char byte = 0;
   return recv(m_socket, &byte, 1, 0) == 1;
-}
-
-bool RtspConnection::IsClosedByPeer() const {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(kReadSeconds);
-  std::vector<char> thrownAway(65536);
-  ssize_t count = 1;
-  while (count > 0 && std::chrono::steady_clock::now() < deadline) {
-    count = recv(m_socket, thrownAway.data(), thrownAway.size(), 0);
-  }
-  return count == 0 || (count < 0 && errno == ECONNRESET);
 }
 
 int Sample::Loudness() const {

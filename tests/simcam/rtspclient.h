@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/simcam/closing.h"
+
 namespace simcamtest {
 
 struct RtspReply {
@@ -38,8 +40,8 @@ class RtspConnection {
   // True when at least one byte comes.
   bool HasData() const;
 
-  // True when the other side closes the connection within 30 seconds; what comes before is thrown away.
-  bool IsClosedByPeer() const;
+  // True when the other side ends the connection within kLongest; what comes before is thrown away.
+  bool IsClosedByPeer() const { return simcamtest::IsClosedByPeer(m_socket); }
 
  private:
   void SkipPacket() const;

@@ -13,6 +13,7 @@
 #include <stdexcept>
 
 #include "tests/support/child_process.h"
+#include "tests/support/process_figures.h"
 #include "tests/support/test_locale.h"
 #include "tests/support/unique_fd.h"
 

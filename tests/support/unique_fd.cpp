@@ -2,8 +2,7 @@
 
 #include <unistd.h>
 
-#include <filesystem>
-#include <iterator>
+#include <utility>
 
 namespace testsupport {
 
@@ -14,12 +13,6 @@ UniqueFd& UniqueFd::operator=(UniqueFd&& other) noexcept {
 
 UniqueFd::~UniqueFd() {
   if (m_fd >= 0) close(m_fd);
-}
-
-int OpenDescriptors() {
-  const std::filesystem::directory_iterator entries("/proc/self/fd");
-  // The folder being read holds one itself.
-  return static_cast<int>(std::distance(begin(entries), end(entries))) - 1;
 }
 
 }  // namespace testsupport

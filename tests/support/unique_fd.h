@@ -22,7 +22,4 @@ class UniqueFd {
   int m_fd = -1;
 };
 
-/// Number of descriptors that this process has open now.
-int OpenDescriptors();
-
 }  // namespace testsupport
