@@ -1,6 +1,8 @@
 #include "platform/xmlreply.h"
 
+#include <libxml/chvalid.h>
 #include <libxml/xmlerror.h>
+#include <libxml/xmlstring.h>
 
 #include <algorithm>
 #include <array>
@@ -33,9 +35,43 @@ BYTE_CLASS ClassOf(char cByte) {
   return k_rgByteClass[static_cast<unsigned char>(cByte)];
 }
 
+constexpr std::string_view k_strInstruction = "<?";
+
+bool IsBlank(char cByte) {
+  return ClassOf(cByte) == BYTE_CLASS::Blank;
+}
+
+// Badly encoded bytes are no such character.
+bool HoldsForbiddenCharacter(std::string_view strText) {
+  for (std::size_t nAt = 0; nAt < strText.size(); ++nAt) {
+    int nLength = static_cast<int>(std::min<std::size_t>(strText.size() - nAt, 4));
+    const int nCode = xmlGetUTF8Char(reinterpret_cast<const unsigned char*>(&strText[nAt]), &nLength);
+    if (nCode >= 0 && !xmlIsCharQ(static_cast<unsigned>(nCode))) return true;
+  }
+  return false;
+}
+
+// Whether what stands behind "<?", with a '<' in it, begins with the name of an instruction. The XML declaration does not,
+// for the parser leaves it at its first fault; nor do names in other letters, which nobody uses.
+bool IsNamedInstruction(std::string_view strInside) {
+  constexpr std::string_view strDeclaration = "xml";
+  if (strInside.substr(0, strDeclaration.size()) == strDeclaration && IsBlank(strInside[strDeclaration.size()])) {
+    return false;
+  }
+  const char cFirst = strInside.front();
+  return (cFirst >= 'a' && cFirst <= 'z') || (cFirst >= 'A' && cFirst <= 'Z') || cFirst == '_' || cFirst == ':';
+}
+
+// Whether libxml2 leaves a comment, CDATA or a processing instruction at a fault in it, and goes on with markup there.
+bool HasMarkupBehindAFault(std::string_view strOpen, std::string_view strInside) {
+  if (strInside.find('<') == std::string_view::npos) return false;
+  return HoldsForbiddenCharacter(strInside) || (strOpen == k_strInstruction && !IsNamedInstruction(strInside));
+}
+
 // Walks over the markup of a UTF-8 document, without understanding it, and refuses what would cost libxml2 too much.
 // It must never see a start tag shorter than libxml2 does: every '<' outside of comments, CDATA and processing
-// instructions begins a new piece of markup for both, because a '<' inside a tag is refused here.
+// instructions begins a new piece of markup for both, because a '<' inside a tag is refused here, and so is one inside of
+// those where libxml2 would come upon it.
 class MarkupScan {
  public:
   explicit MarkupScan(std::string_view strText) : m_strText(strText) {}
@@ -74,11 +110,14 @@ class MarkupScan {
   }
 
   XML_REPLY_RESULT SkipSection(std::size_t& nAt) const {
-    static constexpr SECTION rgSection[] = {{"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"}};
+    static constexpr SECTION rgSection[] = {{"<!--", "-->"}, {"<![CDATA[", "]]>"}, {k_strInstruction, "?>"}};
     for (const SECTION& section : rgSection) {
       if (!StartsWith(nAt, section.strOpen)) continue;
-      nAt = m_strText.find(section.strClose, nAt + section.strOpen.size());
-      return nAt == std::string_view::npos ? XML_REPLY_RESULT::NotXml : XML_REPLY_RESULT::Parsed;
+      const std::size_t nInside = nAt + section.strOpen.size();
+      nAt = m_strText.find(section.strClose, nInside);
+      if (nAt == std::string_view::npos) return XML_REPLY_RESULT::NotXml;
+      const std::string_view strInside = m_strText.substr(nInside, nAt - nInside);
+      return HasMarkupBehindAFault(section.strOpen, strInside) ? XML_REPLY_RESULT::NotXml : XML_REPLY_RESULT::Parsed;
     }
     return XML_REPLY_RESULT::LimitRefused;  // DOCTYPE: entities can ask for gigabytes
   }
@@ -214,10 +253,10 @@ std::size_t CountEmptyNamespaces(std::string_view strText) {
   constexpr std::string_view strName = "xmlns:";
   constexpr const char* pBlanks = " \t\r\n";
   std::size_t nCount = 0;
-  for (std::size_t nAt = 0; (nAt = strText.find(strName, nAt)) != std::string_view::npos; nAt += strName.size()) {
-    std::size_t nValue = strText.find_first_of("=<>", nAt);
-    if (nValue == std::string_view::npos) break;
-    nValue = strText.find_first_not_of(pBlanks, nValue + 1);
+  for (std::size_t nAt = 0; (nAt = strText.find(strName, nAt)) != std::string_view::npos;) {
+    nAt = strText.find_first_of("=<>", nAt);  // no other declaration begins before
+    if (nAt == std::string_view::npos) break;
+    const std::size_t nValue = strText.find_first_not_of(pBlanks, nAt + 1);
     const std::string_view strValue =
         nValue == std::string_view::npos ? strText.substr(0, 0) : strText.substr(nValue, 2);
     if (strValue == "\"\"" || strValue == "''") ++nCount;
