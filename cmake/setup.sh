@@ -29,6 +29,20 @@ as_root() {
   fi
 }
 
+# How long a machine may be busy with updates of its own, as one is that was just started.
+lock_seconds=300
+
+# update_lists: brings the lists of packages up to date. The lists at hand may do where that fails.
+update_lists() {
+  local said tries=$((lock_seconds / 5))
+  # apt-get waits for dpkg's lock by itself, but not for that of the lists.
+  while ! said=$(as_root env LC_ALL=C apt-get update -qq 2>&1) && [[ $said == *"Could not get lock"* ]] &&
+        [ $((tries -= 1)) -gt 0 ]; do
+    sleep 5
+  done
+  [ -z "$said" ] || printf '%s\n' "$said" >&2
+}
+
 # need_packages NAME...: installs those that are missing.
 need_packages() {
   local missing=() name
@@ -45,9 +59,8 @@ need_packages() {
     echo "No right to install packages. As root, run: apt-get update && apt-get install -y --no-install-recommends ${missing[*]}" >&2
     return 1
   fi
-  # A machine that was just started may be busy with updates of its own.
-  as_root apt-get -o DPkg::Lock::Timeout=300 update -qq >&2 &&
-    as_root env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=300 install -y -qq --no-install-recommends "${missing[@]}" >&2
+  update_lists
+  as_root env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout="$lock_seconds" install -y -qq --no-install-recommends "${missing[@]}" >&2
 }
 
 # want_packages WHAT NAME...: installs those that are missing; where that fails it says what will be missing, and goes on.
