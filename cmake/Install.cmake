@@ -7,6 +7,11 @@ include(CMakePackageConfigHelpers)
 
 set(camapi_headers "${CMAKE_INSTALL_INCLUDEDIR}/camapi-onvif")
 set(camapi_package "${CMAKE_INSTALL_LIBDIR}/cmake/camapi-onvif")
+set(camapi_documents "${CMAKE_INSTALL_DOCDIR}")
+if(NOT PROJECT_IS_TOP_LEVEL)
+  # The other is that of the project around this one, which has a README of its own.
+  set(camapi_documents "${CMAKE_INSTALL_DATAROOTDIR}/doc/${PROJECT_NAME}")
+endif()
 
 function(camapi_install_library target folder)
   install(TARGETS ${target}
@@ -47,12 +52,12 @@ if(CAMAPI_HAS_OWN_PLATFORM)
     COMPONENT development)
 endif()
 
-install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT library)
+install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${camapi_documents}" COMPONENT library)
 install(FILES "${PROJECT_SOURCE_DIR}/README.md" "${PROJECT_SOURCE_DIR}/CHANGELOG.md"
-  DESTINATION "${CMAKE_INSTALL_DOCDIR}"
+  DESTINATION "${camapi_documents}"
   COMPONENT development)
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs/"
-  DESTINATION "${CMAKE_INSTALL_DOCDIR}/docs"
+  DESTINATION "${camapi_documents}/docs"
   COMPONENT development
   FILES_MATCHING PATTERN "*.md")
 

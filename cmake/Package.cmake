@@ -1,11 +1,13 @@
 # Debian packages by `cpack`: one for each component of Install.cmake.
+set(CAMAPI_PACKAGE_MAINTAINER "" CACHE STRING
+  "Whom the Debian packages name as their maintainer: NAME <ADDRESS>; empty: DEBFULLNAME and DEBEMAIL")
 # Whoever builds a package answers for it, named as Debian's tools do it; else those whom LICENSE names.
-set(camapi_maintainer "camapi-onvif developers <camapi-onvif@localhost>")
-if(DEFINED ENV{DEBFULLNAME} AND DEFINED ENV{DEBEMAIL})
+set(camapi_maintainer "${CAMAPI_PACKAGE_MAINTAINER}")
+if(NOT camapi_maintainer AND DEFINED ENV{DEBFULLNAME} AND DEFINED ENV{DEBEMAIL})
   set(camapi_maintainer "$ENV{DEBFULLNAME} <$ENV{DEBEMAIL}>")
+elseif(NOT camapi_maintainer)
+  set(camapi_maintainer "camapi-onvif developers <camapi-onvif@localhost>")
 endif()
-set(CAMAPI_PACKAGE_MAINTAINER "${camapi_maintainer}" CACHE STRING
-  "Whom the Debian packages name as their maintainer: NAME <ADDRESS>")
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
@@ -24,7 +26,7 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 # For what other packages are linked with.
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
-set(CPACK_DEBIAN_PACKAGE_MAINTAINER "${CAMAPI_PACKAGE_MAINTAINER}")
+set(CPACK_DEBIAN_PACKAGE_MAINTAINER "${camapi_maintainer}")
 set(camapi_same_library "libcamapi-onvif${camapi_interface_version} (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
 
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME "libcamapi-onvif${camapi_interface_version}")
@@ -69,4 +71,6 @@ string(TIMESTAMP camapi_package_date "%a, %d %b %Y %H:%M:%S +0000" UTC)
 configure_file("${PROJECT_SOURCE_DIR}/cmake/FinishPackage.cmake.in" "${PROJECT_BINARY_DIR}/FinishPackage.cmake" @ONLY)
 set(CPACK_PRE_BUILD_SCRIPTS "${PROJECT_BINARY_DIR}/FinishPackage.cmake")
 set(CPACK_POST_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/cmake/RepackLibrary.cmake")
+# Of the archive of the sources.
+set(CPACK_SOURCE_IGNORE_FILES "${PROJECT_SOURCE_DIR}/build/" "/\\.git/")
 include(CPack)

@@ -135,6 +135,8 @@ def subdirectory():
         expected = os.path.realpath(os.path.join(prefix, "lib", architecture))
         require(libraries == expected, f"the libraries are in {libraries}, not in {expected}")
     build_by_cmake("system_find_package", prefix)
+    documents = sorted(os.listdir(os.path.join(prefix, "share/doc")))
+    require(documents == ["camapi-onvif"], f"the documents are in {documents}")
 
 
 def foreign():
