@@ -11,7 +11,8 @@
 #include "platform/cameraapi.h"
 
 /// Driver of one ONVIF camera. The server makes one object per camera and calls it from one thread at a time; every
-/// call completes before it returns. Failures are logged once, in the shared log file.
+/// call completes before it returns. Exchanges that fail and faults are logged in the shared log file; some operations add a
+/// line of their own.
 ///
 /// No exception leaves a virtual operation or `GetRTSPPort`: without memory they answer 1 (see boundary.h). What they
 /// would have written may then be there in part, as after any other failure. The constructor and the operations that
@@ -53,7 +54,8 @@ class CAMAPI_ONVIF_EXPORT ONVIFAPI : public CameraAPI {
 
   // Paths and ports.
 
-  /// Where the recording stream is. Up to five requests, with a pause of 2 seconds after each that fails.
+  /// Where the recording stream is. Up to five requests, with a pause of 2 seconds after each that fails; one more where
+  /// the address names no port (`GetRTSPPort`).
   /// \param[out] strPath path with query; untouched when the camera's address has no scheme
   /// \param[out] nPort RTSP port
   /// \return 0, or 1 after the fifth failure, whatever its cause
@@ -102,7 +104,7 @@ class CAMAPI_ONVIF_EXPORT ONVIFAPI : public CameraAPI {
 
   /// Merges what the configurations offer: per codec the widest range of frame rates and all sizes.
   /// \param lstConf the video encoder configurations
-  /// \param[out] optUnion codecs ascending by name.
+  /// \param[in,out] optUnion codecs ascending by name are added; the bounds of its quality are widened
   /// \return 0, or 1 when the options of a configuration cannot be read
   int GetCodecCapUnion(const std::list<OVF_MED_VDO_CONF>& lstConf, OVF_MED_VDO_ENC_OPT& optUnion);
 
@@ -117,7 +119,7 @@ class CAMAPI_ONVIF_EXPORT ONVIFAPI : public CameraAPI {
 
   /// PTZ keys: "pan", "tilt", "zoom" ("continuous" or "step"), "ptz_speed_max", "ptz_xmin" to "ptz_zmax", "preset",
   /// "home". One flag for both groups of axes: a continuous zoom makes a relative pan/tilt "continuous"; this is meant.
-  /// \return 0; 4, 5, 6 or 1 when a request fails
+  /// \return 0; 4, 5, 6 or 1 when a request fails; 6 also when the camera names no configuration
   int GetPTZCap(std::map<std::string, std::string>& mapCap);
 
   /// The server's names of the video codecs, "mjpeg", "mpeg4", "h264", position for position those of
@@ -134,8 +136,8 @@ class CAMAPI_ONVIF_EXPORT ONVIFAPI : public CameraAPI {
 
   /// Makes the camera deliver the main and the live stream as asked; empty texts keep what is set. The tokens of the
   /// two profiles may move to other profiles of the camera, also when the result is 1.
-  /// \return 0, or 1. A failure after the driver had to bind a video source to a profile counts as success; this is
-  /// meant.
+  /// \return 0, or 1. A failure after the driver had to bind a video source to a profile, or has just bound a PTZ
+  /// configuration, counts as success; a PTZ configuration that could not be bound makes it 1 again. This is meant.
   int SetStmProfile(STM_PROFILE const& profile) override;
 
   /// The same for one stream.
@@ -160,10 +162,12 @@ class CAMAPI_ONVIF_EXPORT ONVIFAPI : public CameraAPI {
                             std::string strSkip, std::string& strFound);
 
   /// Finds an encoder configuration, other than `strSkip`, that offers encoding and size.
+  /// \param[out] strFound its token; empty when there is none
   /// \return 1 found; 0 not found, or a request failed
   int FindVdoEncByVdoTypeReso(std::string strCodec, std::string strReso, std::string strSkip, std::string& strFound);
 
   /// Finds the first profile, other than `strSkip`, to which an encoder configuration is bound.
+  /// \param[out] strFound its token; untouched when there is none
   /// \return 1 found, 0 not found
   int FindProfByVdoEncoder(const std::list<OVF_MED_PROFILE>& lstProfile, std::string strEncoder, std::string strSkip,
                            std::string& strFound);
@@ -177,8 +181,8 @@ class CAMAPI_ONVIF_EXPORT ONVIFAPI : public CameraAPI {
   // Audio.
 
   /// Chooses the audio codec of both streams. Codes: `DevicePackOwned::GetAudioType`.
-  /// \return 0; 7 unless the code means AAC, G711 or G726; 1. A failure after the driver had to bind an audio source
-  /// counts as success; this is meant.
+  /// \return 0; 7 unless the code means AAC, G711 or G726; 1. A failure after the driver had to bind an audio source to
+  /// the main profile counts as success, but for one to bind the live profile's source; this is meant.
   int SetAudio(int nAudioType) override;
 
   /// Finds an encoder configuration that is set to a codec. The first argument is not looked at.
@@ -193,8 +197,8 @@ class CAMAPI_ONVIF_EXPORT ONVIFAPI : public CameraAPI {
   // All return 0; 1 for any other code the model allows and for every failure; 7 when the model does not allow the
   // code.
 
-  /// One step: a part of the model's range, 1/32 for pan and 1/16 for tilt and zoom, or 0.2 where the range has no
-  /// bounds.
+  /// One step: a part of the model's range, 1/32 for pan and 1/16 for tilt and zoom, or 0.2 where one of its bounds is
+  /// missing.
   int LensPTZ(int nCode) override;
 
   /// Starts to move at speed level 5.

@@ -83,8 +83,8 @@ class CAMAPI_ONVIF_EXPORT OnvifServiceBase {
   /// \return RET_ONVIF_OK, or RET_ONVIF_XML_FAIL at the first prefix that libxml2 refuses
   RET_ONVIF RegistNsForONVIF(_xmlXPathContext* pContext);
 
-  /// Evaluates an XPath with the prefixes that the root declares and, stronger, the fixed ones. A root that declares a
-  /// default namespace yields no node set for any XPath; this is meant.
+  /// Evaluates an XPath with the prefixes that the root declares and, stronger, the fixed ones. A root that is in a
+  /// default namespace, or declares one behind that of its own prefix, yields no node set for any XPath; this is meant.
   /// \return an object with at least one node, which the caller frees with xmlXPathFreeObject; else null
   _xmlXPathObject* GetXmlNodeSet(_xmlDoc* pDoc, const char* pXPath);
 

@@ -50,7 +50,7 @@ class CameraCap {
   /// Bounds of the axes ("ptz_xmin" to "ptz_zmax"); a missing key is no bound.
   PTZ_RANGE GetPTZRange() const;
 
-  /// Number of presets that the server manages ("preset"); 0 when there are none.
+  /// Number of presets that the server manages ("preset"), at most 65535; 0 when there are none.
   int GetPresetCnt() const;
 
   /// Whether the camera can move in the direction `nCode`. 1 to 32 are points of a circle, counted from positive pan: 1

@@ -17,7 +17,7 @@ namespace DevicePackOwned {
 /// Decimal text of a whole number.
 std::string itos(long long nValue);
 
-/// Shortest plain decimal that reads back to the same double: no exponent, always a point, whatever the locale.
+/// Shortest plain decimal that reads back to the same double: no exponent, and the decimal separator is a point, whatever the locale.
 /// Infinities are "INF" and "-INF", not-a-number is "NaN", as XML Schema writes them.
 std::string ftos(double dbValue);
 

@@ -11,7 +11,7 @@ struct STM_PROFILE {
   std::string strShotReso;  ///< size of snapshots, "WIDTHxHEIGHT"
   std::string strReso;      ///< main stream: size, "WIDTHxHEIGHT" in pixels
   std::string strFps;       ///< main stream: frames per second
-  std::string strQual;      ///< main stream: the server's quality level, "1" to "5"
+  std::string strQual;      ///< main stream: the server's quality level, "0" to "5"
   std::string strLiveReso;  ///< live view: size
   std::string strLiveFps;   ///< live view: frames per second
   std::string strLiveQual;  ///< live view: quality level
