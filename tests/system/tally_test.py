@@ -4,11 +4,28 @@ import os
 import subprocess
 import sys
 import unittest
+import xml.sax.saxutils as xml
 
 import programs
 
-BESIDE = os.path.isdir(os.path.join(programs.SOURCE_DIR, "..", "shared"))  # where schemas and recordings lie
 TALLY = os.path.join(programs.SOURCE_DIR, "tests", "tally.py")
+MISSING = os.path.join(programs.FOLDER.name, "missing")
+# A script of tests/system that passes, and leaves tests out.
+LEAVES_OUT = """
+import unittest
+import programs
+
+class Things(unittest.TestCase):
+    @unittest.skip("too hot")
+    def test_cold(self):
+        pass
+
+    def test_warm(self):
+        with self.subTest(degrees=20):
+            self.skipTest("no thermometer")
+
+programs.main()
+"""
 
 
 def passed(name):
@@ -32,7 +49,9 @@ class Tally(unittest.TestCase):
             file.write(b"</testsuite>")
         return path
 
-    def tally(self, *cases):
+    def tally(self, *cases, schemas=MISSING, recordings=MISSING):
+        with open(os.path.join(programs.FOLDER.name, "CMakeCache.txt"), "w", encoding="utf-8") as file:
+            file.write(f"// A folder\nCAMAPI_SCHEMA_DIR:PATH={schemas}\n\nCAMAPI_REPLIES_DIR:PATH={recordings}\n")
         done = subprocess.run([sys.executable, "-B", TALLY, self.write("ctest.xml", *cases), programs.FOLDER.name],
                               capture_output=True, text=True, timeout=programs.RUN_S, check=True)
         return done.stdout.splitlines()
@@ -63,11 +82,28 @@ class Tally(unittest.TestCase):
     def test_knows_what_a_system_need_not_have(self):
         reasons = ("no private /var/log and /dev/log here: no", "no recordings in \"/x\"", "no ONVIF schemas here (...)",
                    "skipped: no schemas at '/x'; ...", "skipped: the player is not installed")
-        self.assertEqual(self.tally(*(skipped(f"t{i}", reason) for i, reason in enumerate(reasons))), [f"0 0 5 {1 if BESIDE else 4}"])
+        cases = [skipped(f"t{i}", reason) for i, reason in enumerate(reasons)]
+        here = programs.FOLDER.name
+        for folders, excused in (({}, 4), ({"schemas": here}, 2), ({"recordings": here}, 3),
+                                 ({"schemas": here, "recordings": here}, 1)):
+            with self.subTest(folders=folders):
+                self.assertEqual(self.tally(*cases, **folders), [f"0 0 5 {excused}"])
 
     def test_says_why_streams_were_left_out(self):
         lines = self.tally(passed("a"), skipped("b", "skipped: no RTSP streams: built without GStreamer\nmore"))
         self.assertEqual(lines, ["1 0 1 0", "unstreamed: no RTSP streams: built without GStreamer"])
+
+    def test_tells_what_is_left_out_inside_a_test_that_passes(self):
+        with open(os.path.join(programs.FOLDER.name, "leaves_out.py"), "w", encoding="utf-8") as file:
+            file.write(LEAVES_OUT)
+        done = subprocess.run([sys.executable, "-B", file.name], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
+                              env={**os.environ, "PYTHONPATH": os.path.dirname(programs.__file__)}, timeout=programs.RUN_S,
+                              check=False)
+        self.assertEqual(done.returncode, 0, done.stdout)
+        entry = f'<testcase name="system.x"><system-out>{xml.escape(done.stdout)}</system-out></testcase>'
+        self.assertEqual(self.tally(passed("a"), entry),
+                         ["2 0 0 0", "skipped inside system.x: Things.test_cold: too hot",
+                          "skipped inside system.x: Things.test_warm (degrees=20): no thermometer"])
 
     def test_reads_parameters_that_are_no_text(self):
         self.assertEqual(self.tally(passed("\xff"), passed("\x01")), ["2 0 0 0"])
