@@ -1,6 +1,7 @@
 """Cameras that misbehave, met with the workbench: what it makes of them, and that it locks no account."""
 
 import json
+import socket
 import time
 import unittest
 
@@ -69,8 +70,10 @@ class ClockOff(BadCamera):
                 self.assertRegex(done.stdout, "cause:  the camera does not tell its time")
 
     def test_camera_that_is_not_there_is_not_blamed_for_its_clock(self):
-        done = programs.camctl("--host", "127.0.0.1", "--port", str(programs.free_ports(1)), "--user", programs.USER,
-                               "--clock", "camera", "test", CAMCTL_PASSWORD=programs.PASSWORD)
+        with socket.socket() as bound:  # bound, but not listening: nobody else gets the port meanwhile
+            bound.bind(("127.0.0.1", 0))
+            done = programs.camctl("--host", "127.0.0.1", "--port", str(bound.getsockname()[1]), "--user", programs.USER,
+                                   "--clock", "camera", "test", CAMCTL_PASSWORD=programs.PASSWORD)
         self.assertEqual(done.returncode, 4, done.stdout)
         self.assertIn("nothing listens at", done.stdout)
 
