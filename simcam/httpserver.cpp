@@ -5,6 +5,7 @@
 // Keep this order.
 #include <arpa/inet.h>
 #include <microhttpd.h>
+#include <strings.h>
 #include <sys/socket.h>
 
 #include <array>
@@ -57,6 +58,19 @@ std::uint16_t PortOf(MHD_Daemon* daemon) {
 std::string HeaderOf(MHD_Connection* connection, const char* name) {
   const char* const value = MHD_lookup_connection_value(connection, MHD_HEADER_KIND, name);
   return value == nullptr ? std::string() : std::string(value);
+}
+
+// Whether more than one header says where the body ends: two readers may then see it end at different places.
+bool IsFramedTwice(MHD_Connection* connection) {
+  int count = 0;
+  const auto look = [](void* found, MHD_ValueKind, const char* name, const char*) {
+    const bool isFraming = strcasecmp(name, MHD_HTTP_HEADER_CONTENT_LENGTH) == 0 ||
+                           strcasecmp(name, MHD_HTTP_HEADER_TRANSFER_ENCODING) == 0;
+    *static_cast<int*>(found) += isFraming ? 1 : 0;
+    return MHD_YES;
+  };
+  MHD_get_connection_values(connection, MHD_HEADER_KIND, look, &count);
+  return count > 1;
 }
 
 // What is left of a body that goes out in chunks.
@@ -203,13 +217,19 @@ class HttpServer::Daemon {
     return *size > 0 ? daemon->TakeBody(connection, exchange, data, size) : daemon->Finish(connection, exchange);
   }
 
-  // Everything is answered after the body: an answer that comes before would end the connection.
+  // Everything is answered after the body: an answer that comes before ends the connection, as it must where it is not
+  // known what comes after the body.
   MHD_Result Begin(MHD_Connection* connection, const char* method, Exchange& exchange) {
     Connection& entry = EntryOf(connection);
     Touch(entry);
     // A connection that has begun to end must not handle one more request, whose answer would be lost.
     if (!CallOffIdleClose(entry) || entry.dropsNextRequest || !m_admits()) {
       return MHD_NO;
+    }
+    if (IsFramedTwice(connection)) {
+      HttpAnswer refusal = PlainAnswer(MHD_HTTP_BAD_REQUEST, "more than one header says where the body ends");
+      refusal.wire.closesAfterAnswer = true;
+      return Send(connection, refusal);
     }
     exchange.hasBegun = true;
     exchange.request.method = method;

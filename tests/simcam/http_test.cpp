@@ -20,6 +20,7 @@ using simcamtest::HttpConnection;
 using simcamtest::HttpReply;
 using simcamtest::kDeviceNs;
 using simcamtest::kDevicePath;
+using simcamtest::kLongest;
 using simcamtest::kMediaNs;
 using simcamtest::PostRequest;
 using testing::HasSubstr;
@@ -124,12 +125,20 @@ TEST_F(Http, EndlessBodyIsCutOff) {
 
 TEST_F(Http, GarbageEndsInARefusal) {
   for (const std::string& garbage :
-       {std::string("\r\n\r\n\r\n\r\n"), std::string("nonsense\r\n\r\n"), std::string(100000, 'x'),
+       {std::string("nonsense\r\n\r\n"), std::string(100000, 'x'),
         "POST " + std::string(60000, '/') + " HTTP/1.1\r\n\r\n", std::string("\x16\x03\x01\0\0\r\n\r\n", 9)}) {
     const HttpConnection connection(m_camera.Port());
     connection.Send(garbage);
-    EXPECT_NE(HttpConnection(m_camera.Port()).Post(kDevicePath, DateRequest()).status, 0) << garbage.substr(0, 20);
+    const auto answer = connection.ReceiveAll(kLongest);
+    EXPECT_NE(answer.end, HttpConnection::End::Silent) << garbage.substr(0, 20);
+    EXPECT_THAT(answer.bytes, testing::Not(HasSubstr(" 200 "))) << garbage.substr(0, 20);
+    EXPECT_EQ(HttpConnection(m_camera.Port()).Post(kDevicePath, DateRequest()).status, 200) << garbage.substr(0, 20);
   }
+  EXPECT_EQ(m_connection.Post(kDevicePath, DateRequest()).status, 200);
+}
+
+TEST_F(Http, EmptyLinesBeforeARequestAreSkipped) {
+  m_connection.Send("\r\n\r\n\r\n\r\n");
   EXPECT_EQ(m_connection.Post(kDevicePath, DateRequest()).status, 200);
 }
 
