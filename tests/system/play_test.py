@@ -10,7 +10,9 @@ import programs
 
 # Name for camctl, name on the wire, size, frames per second, of the camera model ptz-dome.
 CODECS = [("h264", "H264", "640x360", 10), ("mpeg4", "MPEG4", "640x360", 10), ("mjpeg", "JPEG", "640x360", 10)]
-RATE_TOLERANCE = 0.15  # of the rate that was set: a busy machine plays some pictures late
+# Parts of the rate that was set. The mean is that of the pictures' own times, which do not change when they come late; but
+# an encoder that cannot keep up on a busy machine leaves some out.
+LEAST_RATE, MOST_RATE = 0.5, 1.15
 SECONDS = "1"
 NO_FFMPEG = "ffmpeg is not installed"
 
@@ -36,8 +38,9 @@ class Play(unittest.TestCase):
                     self.assertEqual((done.returncode, done.stderr), (0, ""), done.stdout)
                     played = json.loads(done.stdout)["camera"]["played"]["recording"]
                     self.assertEqual((played["codec"], f"{played['width']}x{played['height']}"), (wire, size))
-                    self.assertAlmostEqual(played["frames_per_second"], rate, delta=rate * RATE_TOLERANCE)
-                    self.assertGreater(played["frames"], rate * float(SECONDS) / 2)
+                    self.assertGreater(played["frames_per_second"], rate * LEAST_RATE)
+                    self.assertLess(played["frames_per_second"], rate * MOST_RATE)
+                    self.assertGreater(played["frames"], rate * float(SECONDS) * LEAST_RATE)
                     self.assertGreater(played["first_picture_ms"], 0)
 
     def test_live_stream_is_another_one(self):
