@@ -1,13 +1,8 @@
 #include "tests/onvif/service_test.h"
 
-#include <arpa/inet.h>
 #include <libxml/parser.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
 
 #include <cctype>
-#include <cerrno>
-#include <system_error>
 
 #include "tests/support/envelope.h"
 #include "tests/support/private_log.h"
@@ -86,18 +81,6 @@ xmlNode* FindElement(const XmlDoc& document, std::string_view name) {
   xmlNode* const node = document ? FindBelow(xmlDocGetRootElement(document.get()), name) : nullptr;
   EXPECT_NE(node, nullptr) << "the test's own document has no element " << name;
   return node;
-}
-
-ClosedPort::ClosedPort() : m_socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t length = sizeof(address);
-  if (bind(m_socket.Get(), reinterpret_cast<const sockaddr*>(&address), length) != 0 ||
-      getsockname(m_socket.Get(), reinterpret_cast<sockaddr*>(&address), &length) != 0) {
-    throw std::system_error(errno, std::generic_category(), "bind a port of the loopback interface");
-  }
-  m_port = ntohs(address.sin_port);
 }
 
 CameraTest::CameraTest() : m_api("127.0.0.1", m_camera.Port(), kUser, kPassword, "", true) {

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -10,7 +9,6 @@
 #include "onvif/xmlhandles.h"
 #include "platform/cameraapi.h"
 #include "tests/support/scripted_camera.h"
-#include "tests/support/unique_fd.h"
 
 namespace testsupport {
 
@@ -36,17 +34,6 @@ XmlDoc ParseXml(std::string_view text);
 
 /// The element of that local name, the first in document order; fails the test and is null when there is none.
 xmlNode* FindElement(const XmlDoc& document, std::string_view name);
-
-/// A loopback port that is taken and on which nobody listens: connections to it are refused.
-class ClosedPort {
- public:
-  ClosedPort();
-  std::uint16_t Port() const { return m_port; }
-
- private:
-  UniqueFd m_socket;
-  std::uint16_t m_port = 0;
-};
 
 /// A scripted camera and the driver base that talks to it over HTTP. At its end, every scripted answer must have been
 /// fetched and no other request made.

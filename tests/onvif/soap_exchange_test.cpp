@@ -7,6 +7,7 @@
 #include "platform/httplimits.h"
 #include "platform/httpresult.h"
 #include "tests/onvif/service_test.h"
+#include "tests/support/closed_port.h"
 #include "tests/support/envelope.h"
 #include "tests/support/private_log.h"
 

@@ -1,9 +1,5 @@
 #include "tests/platform/http_client_fixture.h"
 
-std::uint16_t ClosedPort() {
-  return testsupport::ScriptedCamera().Port();
-}
-
 std::string DocumentOf(std::size_t size) {
   return "<a>" + std::string(size - 7, 'x') + "</a>";
 }

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -12,9 +11,6 @@
 
 inline constexpr char kLoopback[] = "127.0.0.1";
 inline constexpr int kTimeout_s = 60;
-
-/// A port of the loopback interface on which nobody listens.
-std::uint16_t ClosedPort();
 
 /// A document of exactly `size` bytes.
 std::string DocumentOf(std::size_t size);

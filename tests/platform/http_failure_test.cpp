@@ -12,11 +12,13 @@
 
 #include "tests/platform/http_client_fixture.h"
 #include "tests/support/child_process.h"
+#include "tests/support/closed_port.h"
 #include "tests/support/process_figures.h"
 #include "tests/support/unique_fd.h"
 
 namespace {
 
+using testsupport::ClosedPort;
 using testsupport::Reply;
 using testsupport::ScriptedCamera;
 
@@ -24,7 +26,8 @@ constexpr char kHalfHeader[] = "HTTP/1.1 200 OK\r\nContent-Le";
 constexpr char kHalfBody[] = "HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n<a/>";
 
 TEST(HttpClient, RefusedConnection) {
-  const Posted posted = PlainCamera(ClosedPort()).Post();
+  const ClosedPort closed;
+  const Posted posted = PlainCamera(closed.Port()).Post();
   EXPECT_EQ(posted.result, HTTP_POST_NO_CONNECTION);
   EXPECT_EQ(posted.document, nullptr);
 }
@@ -279,7 +282,8 @@ TEST_F(HttpClientTest, ClosedGateKeepsEveryRequestBack) {
 }
 
 TEST(HttpClient, ObserverIsToldOfARefusedConnection) {
-  PlainCamera client(ClosedPort());
+  const ClosedPort closed;
+  PlainCamera client(closed.Port());
   std::string error;
   client.SetExchangeObserver([&error](const HTTP_EXCHANGE& exchange) { error = exchange.strError; });
   client.Post();

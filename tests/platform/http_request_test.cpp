@@ -5,6 +5,7 @@
 #include <system_error>
 
 #include "tests/platform/http_client_fixture.h"
+#include "tests/support/closed_port.h"
 
 namespace {
 
@@ -136,7 +137,8 @@ TEST_F(HttpClientTest, NothingIsSentBeforeTheFirstCall) {
 }
 
 TEST_F(HttpClientTest, ProxiesOfTheEnvironmentAreIgnored) {
-  const std::string proxy = "http://127.0.0.1:" + std::to_string(ClosedPort());
+  const testsupport::ClosedPort closed;
+  const std::string proxy = "http://127.0.0.1:" + std::to_string(closed.Port());
   const Environment lower("http_proxy", proxy);
   const Environment upper("HTTP_PROXY", proxy);
   const Environment all("ALL_PROXY", proxy);
