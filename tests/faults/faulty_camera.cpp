@@ -6,17 +6,6 @@ using testsupport::HttpRequest;
 using testsupport::Reply;
 using testsupport::ScriptedCamera;
 
-namespace {
-
-/// The same answer, announced as the last of its connection, and it is.
-Reply LastOnConnection(Reply reply) {
-  const std::size_t headerEnd = reply.bytes.find("\r\n\r\n");
-  reply.bytes.insert(headerEnd, "\r\nConnection: close");
-  return reply.ThenClose();
-}
-
-}  // namespace
-
 FaultyCamera::FaultyCamera(const simcam::CameraModel& model) : m_inside(model) {
   m_front.AnswerAll([this](const HttpRequest& request) { return Answer(request); });
 }
@@ -71,7 +60,7 @@ Reply FaultyCamera::AnswerGood(const HttpRequest& request, bool isLastBefore) {
   m_asked.back().good = reply;
   if (!isLastBefore || m_fault->line == Line::kAsItIs) return reply;
   OpenDoorFor(m_fault);
-  return m_fault->line == Line::kStale ? reply.ThenClose() : LastOnConnection(std::move(reply));
+  return m_fault->line == Line::kStale ? reply.ThenClose() : LastOnConnection(reply).ThenClose();
 }
 
 }  // namespace faults

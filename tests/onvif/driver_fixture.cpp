@@ -41,11 +41,6 @@ std::string AskStreamUri(const std::string& token, const std::string& path) {
          token + "</ProfileToken></GetStreamUri>";
 }
 
-Reply LastOnConnection(Reply reply) {
-  reply.bytes.insert(reply.bytes.find("\r\n\r\n"), "\r\nConnection: close");
-  return reply;
-}
-
 void PrintTo(const RequestFailure& failure, std::ostream* out) {
   *out << failure.name;
 }

@@ -37,9 +37,6 @@ std::string AskLens(const std::string& operation, const std::string& content);
 /// The request for the address of a profile's stream, as `Asked` gives it.
 std::string AskStreamUri(const std::string& token, const std::string& path = "/onvif/media");
 
-/// The same answer, announced as the last of its connection, so that the next request comes on a fresh one.
-Reply LastOnConnection(Reply reply);
-
 /// A way in which one request can fail, on a fresh connection, and what becomes of it.
 struct RequestFailure {
   const char* name;

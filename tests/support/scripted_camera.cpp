@@ -158,6 +158,11 @@ Reply Reply::ThenClose() const {
   return {bytes, End::kClose};
 }
 
+Reply LastOnConnection(Reply reply) {
+  reply.bytes.insert(reply.bytes.find(kHeaderEnd), "\r\nConnection: close");
+  return reply;
+}
+
 ScriptedCamera::ScriptedCamera(const std::string& address)
     : m_address(address),
       m_reserved(Bind(address, 0)),

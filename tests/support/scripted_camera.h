@@ -58,6 +58,9 @@ struct Reply {
   Reply ThenClose() const;
 };
 
+/// The same answer, announced as the last of its connection, so that the next request comes on a fresh one.
+Reply LastOnConnection(Reply reply);
+
 /// A camera that says what the test tells it and keeps what it was asked, byte for byte. It listens on a port of the
 /// loopback interface that the system picks, plays its answers in the order of the requests, whatever connection they
 /// come on, and can say things that no HTTP library would. All operations from any thread; the destructor ends every
