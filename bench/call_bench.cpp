@@ -3,7 +3,7 @@
 // taken under the same circumstances however the machine's change.
 //
 //   call-bench [ROUNDS]                        a JSON array, an object for each case: microseconds of a call per round,
-//                                              and the TCP connections that a call made
+//                                              the TCP connections that a call made, and the bytes that answered it
 //   call-bench --calls COUNT CASE [PROFILES]   one case so many times, without a clock: for a tool that counts
 //                                              instructions
 //   call-bench --operations                    the names of the single operations, one a line
@@ -40,6 +40,7 @@ struct Measured {
   long calls = 1;  // of a turn
   std::vector<double> perCall_us = {};
   long connections = 0;  // of all rounds
+  long answerBytes = 0;  // of one call
 };
 
 constexpr char kUsage[] =
@@ -86,9 +87,11 @@ void TakeTurn(Measured& measured) {
   measured.connections += measured.callers.camera.Connections() - before;
 }
 
-/// Makes what later calls keep, and finds out how many fit into a turn.
+/// Makes what later calls keep, and finds out how long the answers are and how many calls fit into a turn.
 void WarmUp(Measured& measured) {
+  const long before = measured.callers.camera.AnswerBytes();
   measured.what.call(measured.callers);
+  measured.answerBytes = measured.callers.camera.AnswerBytes() - before;
   while (PerCall_s(measured) * static_cast<double>(measured.calls) < kTurn_s) measured.calls *= 2;
 }
 
@@ -102,7 +105,8 @@ void Print(const std::vector<Measured>& all) {
       comma = ", ";
     }
     const double calls = static_cast<double>(measured.calls) * static_cast<double>(measured.perCall_us.size());
-    std::printf("], \"connections\": %.6f}", static_cast<double>(measured.connections) / calls);
+    std::printf("], \"connections\": %.6f, \"answer_bytes\": %ld}", static_cast<double>(measured.connections) / calls,
+                measured.answerBytes);
     separator = ",\n";
   }
   std::printf("\n]\n");

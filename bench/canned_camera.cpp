@@ -30,6 +30,7 @@ using testsupport::UniqueFd;
 struct CannedCounts {
   std::atomic<long> connections{0};
   std::atomic<long> requests{0};
+  std::atomic<long> answerBytes{0};
 };
 
 namespace {
@@ -124,8 +125,10 @@ class Server {
   bool Answer(Client& client) {
     while (const std::size_t size = SizeOfRequest(client.received)) {
       const auto found = m_answers.find(OperationOf(client.received));
+      const std::string& answer = found == m_answers.end() ? m_unknown : found->second;
       ++m_counts.requests;
-      if (!Send(client.socket.Get(), found == m_answers.end() ? m_unknown : found->second)) return false;
+      m_counts.answerBytes += static_cast<long>(answer.size());
+      if (!Send(client.socket.Get(), answer)) return false;
       client.received.erase(0, size);
     }
     return true;
@@ -209,6 +212,10 @@ long CannedCamera::Connections() const {
 
 long CannedCamera::Requests() const {
   return m_counts->requests;
+}
+
+long CannedCamera::AnswerBytes() const {
+  return m_counts->answerBytes;
 }
 
 }  // namespace bench

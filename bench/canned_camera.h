@@ -23,9 +23,11 @@ class CannedCamera {
 
   int Port() const { return m_port; }
 
-  /// How many TCP connections were made to it so far, and how many requests it has answered.
+  /// How many TCP connections were made to it so far, how many requests it has answered, and with how many bytes: head
+  /// and body, counted before they are sent.
   long Connections() const;
   long Requests() const;
+  long AnswerBytes() const;
 
  private:
   struct Unmap {

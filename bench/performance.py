@@ -92,12 +92,15 @@ def calls(page, programs):
         return statistics.median(one / other for one, other in zip(times[case], times[base]))
 
     def row(name, case):
-        connections = round(cases[case]["connections"], 1)  # the first call of a turn may find one kept
+        connections = cases[case]["connections"]
         wanted = int(case[0] in CONNECTING)
+        if wanted:
+            connections = round(connections, 1)  # the first call of a turn may find one kept
         return [name, f"{statistics.median(times[case]):.1f}", f"{counts[case]:,}",
                 f"{connections:g}" if connections == wanted else page.judged(f"{connections:g}", False, str(wanted))]
 
-    page.add("One GetStreamUri with an answer of 800 bytes:\n")
+    answer = cases[("floor", FEW)]["answer_bytes"]
+    page.add(f"One GetStreamUri, whose answer is {answer:,} bytes with the head of HTTP:\n")
     heads = ["", "µs", "instructions", "TCP connections made"]
     page.table(heads, [row(text, (name, FEW)) for name, text in STREAM_URI.items()])
     page.add("Each operation alone, at 2 profiles; those of the services through their clients, those of the server with "
