@@ -154,6 +154,10 @@ Reply Reply::StallAfter(std::string_view bytes) {
 Reply Reply::Drip(std::string_view bytes) {
   return {std::string(bytes), End::kDrip};
 }
+Reply Reply::Stream(std::string_view bytes, std::function<std::string()> next) {
+  return {std::string(bytes), End::kKeepOpen, std::move(next)};
+}
+
 Reply Reply::ThenClose() const {
   return {bytes, End::kClose};
 }
@@ -241,11 +245,12 @@ void ScriptedCamera::Serve() {
 
 bool ScriptedCamera::Drips() const {
   return std::any_of(m_connections.begin(), m_connections.end(),
-                     [](const Connection& connection) { return !connection.drip.empty(); });
+                     [](const Connection& connection) { return !connection.drip.empty() || connection.next; });
 }
 
 void ScriptedCamera::DripAll() {
   for (Connection& connection : m_connections) {
+    if (connection.next) Send(connection.socket.Get(), connection.next());
     if (connection.drip.empty()) continue;
     send(connection.socket.Get(), connection.drip.data(), 1, MSG_NOSIGNAL);
     connection.drip.erase(0, 1);
@@ -280,7 +285,7 @@ void ScriptedCamera::Accept() {
     ResetOnClose(socket.Get());
     return;
   }
-  m_connections.push_back({std::move(socket), {}, false, {}});
+  m_connections.push_back({std::move(socket), {}, false, {}, {}});
 }
 
 /// False when the connection is over.
@@ -326,6 +331,7 @@ bool ScriptedCamera::Play(Connection& connection, const Reply& reply) {
   } else if (!Send(socket, reply.bytes)) {
     return false;
   }
+  if (reply.next) connection.next = reply.next;
   if (reply.end == Reply::End::kReset) ResetOnClose(socket);
   connection.stalled = reply.end == Reply::End::kStall || reply.end == Reply::End::kDrip;
   return reply.end == Reply::End::kKeepOpen || connection.stalled;

@@ -33,6 +33,7 @@ struct Reply {
 
   std::string bytes;
   End end = End::kKeepOpen;
+  std::function<std::string()> next = {};  // makes what is sent unasked from then on
 
   /// 200 with a right Content-Length; `extraHeaders` are whole lines with CR LF. The connection stays open.
   static Reply Ok(std::string_view body, std::string_view extraHeaders = "");
@@ -53,6 +54,10 @@ struct Reply {
 
   /// These bytes, one every tenth of a second at most; no second answer comes on the connection.
   static Reply Drip(std::string_view bytes);
+
+  /// These bytes, then what `next` makes, every tenth of a second at most, until the client goes. Requests are answered
+  /// in between. `next` is called in the camera's thread.
+  static Reply Stream(std::string_view bytes, std::function<std::string()> next);
 
   /// The same answer, and the connection is closed behind it, unannounced.
   Reply ThenClose() const;
@@ -106,7 +111,8 @@ class ScriptedCamera {
     UniqueFd socket;
     std::string input;
     bool stalled = false;
-    std::string drip = {};  // what is left to be sent byte by byte
+    std::string drip = {};                   // what is left to be sent byte by byte
+    std::function<std::string()> next = {};  // makes what is sent unasked
   };
 
   void Serve();

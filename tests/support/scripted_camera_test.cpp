@@ -201,6 +201,19 @@ TEST(ScriptedCamera, BytesDripOneByOne) {
   EXPECT_EQ(text, "abc");
 }
 
+TEST(ScriptedCamera, StreamGoesOnBetweenAnswers) {
+  ScriptedCamera camera;
+  camera.Answer(Reply::Stream("here", [number = 0]() mutable { return std::to_string(++number); }));
+  camera.Answer(Reply::Raw("asked", Reply::End::kKeepOpen));
+  RawClient client(camera.Port());
+  client.Send(kGet);
+  EXPECT_EQ(client.Read(6), "here12");
+  client.Send(kGet);
+  std::string text;
+  while (text.find("asked") == std::string::npos) text += client.Read(1);
+  EXPECT_EQ(client.Read(1).size(), 1U) << "the stream has ended";
+}
+
 TEST(ScriptedCamera, BehindAClosedDoorNobodyListensUntilItOpens) {
   ScriptedCamera camera;
   camera.AnswerAll([](const HttpRequest&) { return Reply::Raw("here"); });
