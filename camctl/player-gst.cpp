@@ -102,6 +102,39 @@ std::string TextField(const GstStructure* structure, const char* field) {
   return text == nullptr ? std::string() : Shortened(OneLine(text), kLongestName);
 }
 
+// Payload types with a fixed meaning, for which a description may leave the name out.
+struct FixedRow {
+  int payload;
+  const char* encoding;
+  int rate;  // of the clock, per second
+};
+
+constexpr FixedRow kFixed[] = {{0, "PCMU", 8000}, {8, "PCMA", 8000}, {26, "JPEG", 90000}};
+
+const FixedRow* FindFixed(const GstStructure* structure) {
+  int payload = -1;
+  gst_structure_get_int(structure, "payload", &payload);
+  for (const FixedRow& row : kFixed) {
+    if (row.payload == payload) return &row;
+  }
+  return nullptr;
+}
+
+// Name of a track's encoding; empty when there is none.
+std::string EncodingOf(const GstStructure* structure) {
+  const std::string name = TextField(structure, "encoding-name");
+  const FixedRow* const row = name.empty() ? FindFixed(structure) : nullptr;
+  return row == nullptr ? name : row->encoding;
+}
+
+// Samples per second of a track of sound; 0 when they are not told.
+int RateOf(const GstStructure* structure) {
+  const FixedRow* const row = FindFixed(structure);
+  int rate = row == nullptr ? 0 : row->rate;
+  gst_structure_get_int(structure, "clock-rate", &rate);
+  return rate;
+}
+
 // What the streaming threads find out.
 class Findings {
  public:
@@ -286,7 +319,7 @@ bool Pipeline::Permits(GstRTSPMethod method, const std::string& address) {
 bool Pipeline::Select(const GstCaps* caps) {
   const GstStructure* const structure = gst_caps_get_structure(caps, 0);
   const std::string media = TextField(structure, "media");
-  const std::string encoding = TextField(structure, "encoding-name");
+  const std::string encoding = EncodingOf(structure);
   const Playback found = m_findings.Found();
   if (media == "video" && found.codec.empty()) {
     m_findings.SetVideo(VideoName(encoding));
@@ -294,9 +327,7 @@ bool Pipeline::Select(const GstCaps* caps) {
     return true;
   }
   if (media != "audio" || found.audio) return false;
-  AudioTrack track{AudioName(encoding), 0, 0};
-  gst_structure_get_int(structure, "clock-rate", &track.rate);
-  m_findings.SetAudio(track);
+  m_findings.SetAudio({AudioName(encoding), RateOf(structure), 0});
   return true;
 }
 
@@ -324,7 +355,7 @@ void Pipeline::Receive(GstPad* pad) {
   if (!caps || ++m_pads > kMostPads) return;
   const GstStructure* const structure = gst_caps_get_structure(caps.get(), 0);
   const bool pictures = TextField(structure, "media") == "video";
-  GstElement* const bin = Add(pictures ? DecodingOf(TextField(structure, "encoding-name")) : "");
+  GstElement* const bin = Add(pictures ? DecodingOf(EncodingOf(structure)) : "");
   if (bin == nullptr) return;
   const Owned<GstElement> sink(gst_bin_get_by_name(GST_BIN(bin), "end"));
   const Owned<GstPad> end(gst_element_get_static_pad(sink.get(), "sink"));

@@ -33,6 +33,37 @@ constexpr const char* kSession =
     "v=0\r\no=- 1 1 IN IP4 127.0.0.1\r\ns=Session\r\nc=IN IP4 0.0.0.0\r\nt=0 0\r\na=control:*\r\n";
 constexpr const char* kH264 = "m=video 0 RTP/AVP 96\r\na=rtpmap:96 H264/90000\r\na=control:track1\r\n";
 
+// A description names no encoding of these: their payload types have a fixed meaning.
+constexpr const char* kPlainJpeg = "m=video 0 RTP/AVP 26\r\na=control:track1\r\n";
+constexpr const char* kPlainSound[] = {"m=audio 0 RTP/AVP 0\r\na=control:track2\r\n",
+                                       "m=audio 0 RTP/AVP 8\r\na=control:track2\r\n"};
+
+std::string BigEndian(std::uint32_t number, int bytes) {
+  std::string text;
+  for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8) text += static_cast<char>(number >> shift & 0xffU);
+  return text;
+}
+
+// RTP packets inside the connection, each a grey JPEG picture of 16x16 pixels.
+class Pictures {
+ public:
+  // `step` lies between the times of two, in parts of 1/90000 s.
+  explicit Pictures(std::uint32_t step) : m_step(step) {}
+
+  std::string operator()() {
+    const std::string header = "\x80\x9a" + BigEndian(m_number, 2) + BigEndian(m_number * m_step, 4) + "cams";
+    ++m_number;
+    // From offset 0, YUV 4:2:0, quality 50, two by two blocks of eight pixels; then the one grey macroblock.
+    const std::string picture = BigEndian(0, 4) + BigEndian(0x01320202, 4) + BigEndian(0x28a28a00, 4);
+    const auto size = static_cast<std::uint32_t>(header.size() + picture.size());
+    return "$" + BigEndian(0, 1) + BigEndian(size, 2) + header + picture;  // on channel 0
+  }
+
+ private:
+  const std::uint32_t m_step;
+  std::uint32_t m_number = 0;
+};
+
 class Player : public testing::Test {
  protected:
   void SetUp() override {
@@ -51,6 +82,18 @@ class Player : public testing::Test {
     }
     return Reply::Raw(Answer(request, "200 OK", "Session: 1\r\nPublic: DESCRIBE, SETUP, PLAY, TEARDOWN\r\n\r\n"),
                       Reply::End::kKeepOpen);
+  }
+
+  // A server that describes a stream and sends its pictures, one every tenth of a second.
+  void ServePictures(const std::string& sdp, std::uint32_t step) {
+    m_camera.AnswerAll([sdp, step](const HttpRequest& request) {
+      if (request.method == "SETUP") {
+        const std::string transport = "Session: 1\r\nTransport: " + request.Header("Transport") + "\r\n\r\n";
+        return Reply::Raw(Answer(request, "200 OK", transport), Reply::End::kKeepOpen);
+      }
+      const Reply reply = Serve(request, sdp);
+      return request.method == "PLAY" ? Reply::Stream(reply.bytes, Pictures(step)) : reply;
+    });
   }
 
   // Answers DESCRIBE with a status and headers, everything else with success.
@@ -217,6 +260,22 @@ TEST_F(Player, UserEndsIt) {
   PlayRequest request = Request();
   request.cancelled = [this] { return WasAsked("PLAY"); };
   EXPECT_EQ(Play(request).result, PlayResult::Interrupted);
+}
+
+TEST_F(Player, CodecsOfFixedPayloadTypesNeedNoName) {
+  for (const char* sound : kPlainSound) {
+    ServePictures(std::string(kSession) + kPlainJpeg + sound, 9000);
+    PlayRequest request = Request();
+    request.duration = std::chrono::milliseconds(200);
+    const Playback playback = Play(request);
+    EXPECT_EQ(playback.result, PlayResult::Played) << playback.error;
+    EXPECT_EQ(playback.codec, "JPEG");
+    EXPECT_EQ(playback.width, 16);
+    EXPECT_NEAR(playback.Rate(), 10, 0.01);
+    ASSERT_TRUE(playback.audio);
+    EXPECT_EQ(playback.audio->codec, "G711") << sound;
+    EXPECT_EQ(playback.audio->rate, 8000);
+  }
 }
 
 TEST_F(Player, NamesAndTracksOfADescriptionAreBounded) {
