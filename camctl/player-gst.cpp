@@ -207,6 +207,13 @@ class Findings {
     return Clock::now() - (m_found.frames > 0 ? m_last : m_begin) > patience;
   }
 
+  // Whether pictures come, but no two of different times, for longer than all of them should take.
+  bool Timeless(std::chrono::milliseconds duration, std::chrono::milliseconds patience) const {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_found.frames > 0 && m_found.timed < 2 &&
+           Clock::now() - m_begin > m_found.firstPicture + duration + patience;
+  }
+
  private:
   mutable std::mutex m_mutex;
   const Clock::time_point m_begin;
@@ -413,6 +420,7 @@ Playback Pipeline::Watch(GstBus* bus) {
     if (message && GST_MESSAGE_TYPE(message.get()) == GST_MESSAGE_ERROR) return Failed(message.get());
     if (m_request.cancelled && m_request.cancelled()) return With(found, PlayResult::Interrupted, "");
     if (m_findings.Overdue(m_request.patience)) return Late();
+    if (m_findings.Timeless(m_request.duration, m_request.patience)) return With(found, PlayResult::NoTime, "");
   }
 }
 

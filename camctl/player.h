@@ -33,6 +33,7 @@ enum class PlayResult {
   NoVideo,       ///< the stream carries no video
   NoDecoder,     ///< the codec is not known, or this machine has no decoder for it
   NoPicture,     ///< no picture came within the patience
+  NoTime,        ///< pictures came, but their presentation times stand still
   Ended,         ///< the camera ended the stream before everything was measured
   Interrupted,   ///< by the user
   Broken,        ///< anything else: what came cannot be understood

@@ -50,6 +50,8 @@ constexpr PlayRow kRows[] = {
      "install gstreamer1.0-libav and gstreamer1.0-plugins-good, or choose H264, MPEG4 or JPEG"},
     {PlayResult::NoPicture, CAMERA_FAULT, "the stream {path} is open, but no picture came in {patience} s",
      "restart the camera; when that does not help, choose another codec or size"},
+    {PlayResult::NoTime, CAMERA_FAULT,
+     "the times of the stream {path} stand still: {frames} pictures came, all of one time", kReadManual},
     {PlayResult::Ended, CAMERA_FAULT, "the camera ended the stream {path} after {frames} pictures",
      "end other viewers, and see whether somebody changes the camera's settings"},
     {PlayResult::Interrupted, CAMERA_FAILED, "playing was interrupted after {frames} pictures",

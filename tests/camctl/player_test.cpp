@@ -278,6 +278,19 @@ TEST_F(Player, CodecsOfFixedPayloadTypesNeedNoName) {
   }
 }
 
+TEST_F(Player, PicturesWhoseTimesStandStillAreLeftInTime) {
+  ServePictures(std::string(kSession) + kPlainJpeg, 0);
+  PlayRequest request = Request();
+  request.duration = std::chrono::milliseconds(200);
+  request.patience = std::chrono::milliseconds(2000);
+  const auto begin = std::chrono::steady_clock::now();
+  request.cancelled = [begin] { return std::chrono::steady_clock::now() - begin > std::chrono::seconds(30); };
+  const Playback playback = Play(request);
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(8));
+  EXPECT_EQ(playback.result, PlayResult::NoTime);
+  EXPECT_GT(playback.frames, 1U);
+}
+
 TEST_F(Player, NamesAndTracksOfADescriptionAreBounded) {
   std::string sdp = kSession;
   for (int track = 0; track < 40; ++track) {

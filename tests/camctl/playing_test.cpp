@@ -127,6 +127,7 @@ TEST(OutcomeOf, EveryFailureHasACauseOfItsOwn) {
       {PlayResult::NoVideo, 6, "/live?x=1 carries no video"},
       {PlayResult::NoDecoder, 7, "the stream is H264, for which this machine has no decoder"},
       {PlayResult::NoPicture, 6, "no picture came in 10.0 s"},
+      {PlayResult::NoTime, 6, "times of the stream /live?x=1 stand still: 31 pictures came"},
       {PlayResult::Ended, 6, "ended the stream /live?x=1 after 31 pictures"},
       {PlayResult::Interrupted, 1, "interrupted after 31 pictures"},
       {PlayResult::Broken, 6, "cannot be understood: why"},
