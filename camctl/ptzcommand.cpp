@@ -25,13 +25,25 @@ Task PrepareHome(const Request& /*request*/) {
   };
 }
 
+// The step; it notes whether the camera was asked for anything.
+Step Noting(const Step& step, bool& asked) {
+  return {step.name, step.operation, [run = step.run, &asked](Session& session) {
+            StepOutcome outcome = run(session);
+            asked = session.LastEvidence().has_value();
+            return outcome;
+          }};
+}
+
 void RunStart(Runner& runner, int code, int speed, std::optional<std::chrono::milliseconds> duration) {
   if (!runner.LearnAll()) return;
   Interruption interruption;  // before the lens moves: nothing may end the program between start and stop
-  if (!runner.Run(StartLens(code, speed))) return;
-  runner.GetConsole().Progress(duration ? "  moving ..." : "  moving, Ctrl-C stops ...");
-  interruption.Wait(duration);
-  runner.Run(StopLens(code));
+  bool asked = false;
+  if (runner.Run(Noting(StartLens(code, speed), asked))) {
+    runner.GetConsole().Progress(duration ? "  moving ..." : "  moving, Ctrl-C stops ...");
+    interruption.Wait(duration);
+  }
+  // A camera whose answer is lost or wrong may move all the same.
+  if (asked) runner.Run(StopLens(code));
 }
 
 Task PrepareStart(const Request& request) {

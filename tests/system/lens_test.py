@@ -57,6 +57,27 @@ class Lens(unittest.TestCase):
                                  ["LensPTZStart", "LensPTZStop"])
                 self.assertEqual(velocities(self.sent()), [1.0, 0.0])
 
+    def test_start_whose_answer_is_lost_is_stopped(self):
+        asked = []
+
+        def lose_first(unused, body):
+            if is_move(body):
+                asked.append(body)
+            return b"" if len(asked) == 1 and is_move(body) else True
+
+        self.between.before = lose_first
+        done = self.camctl("ptz", "start", "left", "--for", "0.05", "--json")
+        self.assertEqual(done.returncode, 1, done.stdout + done.stderr)
+        self.assertEqual(velocities(asked), [-1.0, 0.0])
+        self.assertEqual([(step["step"], step["result"]) for step in json.loads(done.stdout)["steps"]][-3:],
+                         [("ptz start", 1), ("diagnosis", 0), ("ptz stop", 0)])
+
+    def test_start_that_asks_the_camera_for_nothing_needs_no_stop(self):
+        for arguments, result in ((["5"], 1), (["40"], 7)):
+            with self.subTest(arguments=arguments):
+                self.assertEqual(self.camctl("ptz", "start", *arguments).returncode, result)
+        self.assertFalse(any(map(is_move, self.sent())))
+
     def test_moves_by_name_and_by_code(self):
         for arguments in (["move", "in"], ["move", "35"], ["home"], ["stop"], ["stop", "up"]):
             with self.subTest(arguments=arguments):
