@@ -126,7 +126,10 @@ const std::vector<Command>& Commands() {
        ShowSteps::Failed,
        false,
        &PreparePreset},
-      {{"tour", "Live through a camera's whole life, step by step", {}, kTourOptions},
+      {{"tour",
+        "Live through a camera's whole life, step by step; Ctrl-C ends it and puts the camera back",
+        {},
+        kTourOptions},
        ShowSteps::All,
        true,
        &PrepareTour}};

@@ -31,11 +31,14 @@ bool Runner::Run(std::initializer_list<const Step*> steps) {
 }
 
 bool Runner::Run(const Step& step) {
+  if (HasEnded(step)) return false;
   const StepOutcome outcome = Time(step);
   return outcome.result == CAMERA_OK ? Pass(outcome) : Fail(step, outcome);
 }
 
 bool Runner::RunIfPossible(const Step& step, const std::string& excuse, bool* done) {
+  if (done != nullptr) *done = false;
+  if (HasEnded(step)) return false;
   const StepOutcome outcome = Time(step);
   if (done != nullptr) *done = outcome.result == CAMERA_OK;
   if (outcome.result == CAMERA_OK) return Pass(outcome);
@@ -71,6 +74,17 @@ bool Runner::LearnAll() {
 Report Runner::Finish() {
   m_report.camera = m_session.Camera();
   return m_report;
+}
+
+// Whether the run was to end before the step, which then is reported as not run.
+bool Runner::HasEnded(const Step& step) {
+  if (!m_ended || !m_ended()) return false;
+  m_report.steps.push_back({step.name, step.operation, CAMERA_FAILED, 0, "not run: interrupted"});
+  Show(m_report.steps.back(), "  --  ", Colour::Faint);
+  if (m_report.result != CAMERA_OK) return true;
+  m_report.result = CAMERA_FAILED;
+  m_report.cause = {std::string("interrupted before the step '") + step.name + "'", "let it run to its end"};
+  return true;
 }
 
 bool Runner::Pass(const StepOutcome& outcome) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <initializer_list>
 #include <string>
 #include <string_view>
@@ -22,6 +23,10 @@ class Runner {
 
   Session& GetSession() { return m_session; }
   Console& GetConsole() { return m_console; }
+
+  /// `ended` is asked before each step, until another one is given or an empty one. When it says yes, the step is not run,
+  /// and the run fails with 1.
+  void EndWhen(std::function<bool()> ended) { m_ended = std::move(ended); }
 
   /// Runs the steps in turn.
   ///
@@ -68,6 +73,7 @@ class Runner {
   Report Finish();
 
  private:
+  bool HasEnded(const Step& step);
   bool Pass(const StepOutcome& outcome);
   std::string ReasonAgainst(const StepOutcome& outcome, const std::string& excuse) const;
   StepOutcome Time(const Step& step);
@@ -79,6 +85,7 @@ class Runner {
   Session& m_session;
   Console& m_console;
   ShowSteps m_show;
+  std::function<bool()> m_ended;
   Report m_report;
   std::size_t m_leftOut = 0;
   int m_failedExchanges = 0;  // of the present step

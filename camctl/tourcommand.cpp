@@ -5,6 +5,7 @@
 #include "camctl/audio.h"
 #include "camctl/camerastate.h"
 #include "camctl/commands.h"
+#include "camctl/interruption.h"
 #include "camctl/lens.h"
 #include "camctl/presets.h"
 #include "camctl/streams.h"
@@ -161,10 +162,11 @@ bool LeaveAsFound(Runner& runner, Traces& traces, bool answers) {
     return false;
   }
   const bool stopped = traces.movingTo == 0 || runner.Run(StopLens(traces.movingTo));
+  const bool back = traces.preset < 0 || runner.Run(VisitPreset(traces.preset));
   const bool removed = traces.preset < 0 || RemovePreset(runner, traces);
   const bool restored = runner.Run(RestoreState(traces.state));
   runner.GetSession().UseProfiles(traces.profiles);
-  return stopped && removed && restored;
+  return stopped && back && removed && restored;
 }
 
 // The camera must not have become another one.
@@ -177,19 +179,30 @@ Step ReportAgain(const Capabilities& first) {
           }};
 }
 
+// A signal ends it before the next step; then, too, the camera is put back.
+void LiveThrough(Runner& runner, const TourOptions& options, Interruption& interruption) {
+  Traces traces;
+  const auto interrupted = [&interruption] { return interruption.Wait(std::chrono::milliseconds(0)); };
+  runner.EndWhen(interrupted);
+  TourMedia media(runner, options, interruption);
+  const bool lived = Learn(runner, traces) && TourStreams(runner, traces) && TourAudio(runner, traces) && media.Run() &&
+                     TourLens(runner, traces);
+  const Capabilities report = runner.GetSession().Camera().capabilities;
+  runner.EndWhen(nullptr);
+  if (!LeaveAsFound(runner, traces, media.FailedBeside()) || !lived) return;
+  runner.EndWhen(interrupted);
+  if (!runner.Run(ReportAgain(report))) return;
+  ShowSummary(runner);
+  media.Show();
+}
+
 }  // namespace
 
 void RunTour(Runner& runner, const TourOptions& options) {
   ShowHeading(runner);
-  Traces traces;
-  TourMedia media(runner, options);
-  const bool lived = Learn(runner, traces) && TourStreams(runner, traces) && TourAudio(runner, traces) && media.Run() &&
-                     TourLens(runner, traces);
-  const Capabilities report = runner.GetSession().Camera().capabilities;
-  if (!LeaveAsFound(runner, traces, media.FailedBeside()) || !lived) return;
-  if (!runner.Run(ReportAgain(report))) return;
-  ShowSummary(runner);
-  media.Show();
+  Interruption interruption;
+  LiveThrough(runner, options, interruption);
+  runner.EndWhen(nullptr);
 }
 
 Task PrepareTour(const Request& request) {

@@ -1,6 +1,5 @@
 #include "camctl/tourmedia.h"
 
-#include "camctl/interruption.h"
 #include "camctl/snapshot.h"
 #include "camctl/text.h"
 
@@ -17,8 +16,7 @@ bool TourMedia::Run() {
 bool TourMedia::PlayBoth() {
   const bool possible = CanPlay(m_notPlayed);
   for (const PlayableStream* stream : {&kPlayRecording, &kPlayLive}) {
-    Interruption interruption;  // from when the step is shown, Ctrl-C ends it alone
-    const Step step = PlayStream(*stream, m_options.playTime, PlayPurpose::Check, interruption);
+    const Step step = PlayStream(*stream, m_options.playTime, PlayPurpose::Check, m_interruption);
     if (!possible) m_runner.LeaveOut(step, m_notPlayed);
     if (possible && !m_runner.RunIfPossible(step, "")) return false;
   }

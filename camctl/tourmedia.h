@@ -3,6 +3,7 @@
 #include <chrono>
 #include <string>
 
+#include "camctl/interruption.h"
 #include "camctl/playing.h"
 #include "camctl/runner.h"
 
@@ -16,10 +17,11 @@ struct TourOptions {
 };
 
 /// The part of the tour that looks at pictures: where streams and snapshot are, both streams played, the snapshot
-/// fetched. `options` must outlive it.
+/// fetched. `options` and `interruption`, which ends playing, must outlive it.
 class TourMedia {
  public:
-  TourMedia(Runner& runner, const TourOptions& options) : m_runner(runner), m_options(options) {}
+  TourMedia(Runner& runner, const TourOptions& options, Interruption& interruption)
+      : m_runner(runner), m_options(options), m_interruption(interruption) {}
 
   /// \return false when the run failed
   bool Run();
@@ -36,6 +38,7 @@ class TourMedia {
 
   Runner& m_runner;
   const TourOptions& m_options;
+  Interruption& m_interruption;
   std::string m_notPlayed;  // why; empty: it was
   bool m_failedBeside = false;
 };

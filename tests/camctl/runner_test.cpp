@@ -150,6 +150,39 @@ TEST_F(RunnerTest, StepThatIsLeftOutIsNoFailureAndIsNotRun) {
   EXPECT_EQ(report.steps.front().detail, "left out: nothing to do it with");
 }
 
+TEST_F(RunnerTest, RunThatIsToEndRunsNoFurtherStep) {
+  Session session(m_connection);
+  Runner runner(session, m_console, ShowSteps::All);
+  bool ended = false;
+  runner.EndWhen([&ended] { return ended; });
+  const Step last = {"last", "Nothing", [&ended](Session&) {
+                       ended = true;
+                       return StepOutcome{0, "done", {}};
+                     }};
+  EXPECT_TRUE(runner.Run(last)) << "the step that runs is let run to its end";
+  bool done = true;
+  EXPECT_FALSE(runner.RunIfPossible(kFine, "it never could", &done));
+  EXPECT_FALSE(done);
+  EXPECT_FALSE(runner.Run({&kFine, &kFine}));
+  runner.EndWhen(nullptr);
+  EXPECT_TRUE(runner.Run(kFine));
+  const Report report = runner.Finish();
+  ASSERT_EQ(report.steps.size(), 4U) << "no diagnosis";
+  EXPECT_EQ(report.steps.at(1).detail, "not run: interrupted");
+  EXPECT_EQ(report.steps.at(1).result, 1);
+  EXPECT_EQ(report.result, 1);
+  EXPECT_EQ(report.cause.cause, "interrupted before the step 'fine'");
+}
+
+TEST_F(RunnerTest, InterruptionDoesNotHideTheFirstFailure) {
+  Session session(m_connection);
+  Runner runner(session, m_console, ShowSteps::All);
+  EXPECT_FALSE(runner.Run({&kRefused}));
+  runner.EndWhen([] { return true; });
+  EXPECT_FALSE(runner.Run(kFine));
+  EXPECT_EQ(runner.Finish().result, 6);
+}
+
 TEST_F(RunnerTest, FailureWithoutExcuseIsAFailure) {
   Session session(m_connection);
   Runner runner(session, m_console, ShowSteps::All);

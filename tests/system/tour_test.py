@@ -4,10 +4,14 @@ import concurrent.futures
 import json
 import os
 import re
+import signal
 import subprocess
+import threading
 import unittest
 
+import pictures
 import programs
+import relay
 
 # Step, operation; the tour of a camera that can do everything and holds no presets of others.
 WHOLE = [("services", "GetCapabilities"), ("test", "TestConn"), ("identity", "GetDeviceInfo"),
@@ -107,6 +111,71 @@ class Tour(unittest.TestCase):
     def test_no_escape_sequences_in_a_pipe(self):
         done = programs.camctl("test", "--sim")
         self.assertNotIn("\033", done.stdout + done.stderr)
+
+
+class Interrupted(unittest.TestCase):
+    def state(self, address):
+        """What the tour may change of the camera whose control address it is, when its lens stands still."""
+        states = []
+
+        def is_still():
+            states.append(json.loads(pictures.fetch(address + "camera")))
+            return not any(lens["moving"] for lens in states[-1]["lenses"])
+
+        self.assertTrue(programs.wait_for(is_still), "the lens moves on")
+        for profile in states[-1]["profiles"]:
+            profile["videoEncoder"].pop("govLength", None)  # which the driver cannot read
+        return {key: states[-1][key] for key in ("profiles", "lenses")}
+
+    def interrupted(self, camera, *marks):
+        """A tour that gets SIGINT at the first request that holds the first mark, and at the first one behind that which
+        holds the second; its status and what it printed."""
+        left = list(marks)
+        begun = threading.Event()
+
+        def before(unused, body):
+            begun.wait(programs.READY_S)
+            if left and left[0] in body:
+                left.pop(0)
+                process.send_signal(signal.SIGINT)
+                return len(marks) == 1 or bool(left)  # nobody waits for the answer behind the second one
+            return True
+
+        with relay.Relay(camera.port, before) as between:
+            arguments = ["--host", "127.0.0.1", "--port", str(between.port), "--user", programs.USER, "--json"]
+            with subprocess.Popen([programs.CAMCTL, *arguments, "tour", "--no-play"], cwd=programs.FOLDER.name, text=True,
+                                  env=programs.environment(CAMCTL_PASSWORD=programs.PASSWORD), stdin=subprocess.DEVNULL,
+                                  stdout=subprocess.PIPE, stderr=subprocess.PIPE) as process:
+                begun.set()
+                output, errors = process.communicate(timeout=programs.RUN_S)
+        programs.require_no_secret(output, errors)
+        self.assertEqual((left, errors), ([], ""), output)
+        return process.returncode, output
+
+    def test_first_signal_ends_it_with_the_camera_put_back(self):
+        back = ["preset goto", "preset delete", "restore"]
+        rows = [(b"SetVideoEncoderConfiguration>", "streams equal", "read back", ["restore"]),
+                (b"SetPreset>", "preset set", "ptz move", back),
+                (b"ContinuousMove>", "ptz start", "ptz stop", ["ptz stop", *back])]
+        with programs.Camera("ptz-dome", "--control-port", "0") as camera:
+            address = camera.control_address()
+            before = self.state(address)
+            for mark, last, unrun, ends in rows:
+                with self.subTest(mark=mark):
+                    status, output = self.interrupted(camera, mark)
+                    self.assertEqual(status, 1, output)
+                    steps = json.loads(output)["steps"]
+                    names = [step["step"] for step in steps]
+                    at = len(names) - len(ends) - 1
+                    self.assertEqual(names[at - 1:], [last, unrun, *ends], output)
+                    self.assertEqual(steps[at]["detail"], "not run: interrupted")
+                    self.assertEqual([step["result"] for step in steps[at - 1:]], [0, 1, *[0 for _ in ends]])
+                    self.assertEqual(self.state(address), before)
+
+    def test_second_signal_ends_the_program(self):
+        with programs.Camera("ptz-dome") as camera:
+            status, output = self.interrupted(camera, b"SetPreset>", b"RemovePreset>")
+        self.assertEqual((status, output), (-signal.SIGINT, ""))
 
 
 class Json(unittest.TestCase):
