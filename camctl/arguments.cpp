@@ -34,7 +34,9 @@ constexpr TextOption kOptions[] = {
     {"--profiles", "MAIN[,LIVE]", "Tokens of the recording and the live profile", &ConnectionOptions::profiles},
     {"--clock", "CLOCK", "Whose time requests carry: camera, for one whose clock is off, or here (here)",
      &ConnectionOptions::clock},
-    {"--timeout", "SECONDS", "Longest wait for one answer (120)", &ConnectionOptions::timeout}};
+    {"--timeout", "SECONDS",
+     "Longest wait for one answer (120, which is also the most for ONVIF; 10 for pictures and streams)",
+     &ConnectionOptions::timeout}};
 
 void AddOptions(CLI::App& app, Arguments& arguments) {
   for (const TextOption& row : kOptions) {

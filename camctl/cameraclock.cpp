@@ -54,8 +54,8 @@ StepOutcome RunClock(Session& session) {
                   "leave out --clock camera and set the camera's clock, best by NTP"}};
   }
   const Connection& connection = session.GetConnection();
-  return {reading.result, "",
-          FindCause(reading.evidence, reading.result, {connection.host, connection.port, connection.user})};
+  const Party party{connection.host, connection.port, connection.user, connection.timeoutSeconds};
+  return {reading.result, "", FindCause(reading.evidence, reading.result, party)};
 }
 
 }  // namespace

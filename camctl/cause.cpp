@@ -5,6 +5,7 @@
 
 #include "camctl/text.h"
 #include "platform/cameraresult.h"
+#include "platform/httplimits.h"
 
 namespace camctl {
 
@@ -13,6 +14,8 @@ namespace {
 constexpr const char* kCheckAccount =
     "check user and password; a camera whose clock is off by minutes refuses right ones too";
 constexpr const char* kCheckAddress = "check address, port and power";
+constexpr const char* kWaitLonger = "; a slow camera needs a longer --timeout";
+constexpr long kLongestWait = 120;  // seconds that the driver waits for one answer
 
 // Placeholders of the texts: {address} host and port, {host}, {user}, {path}, {status}, {error}, {fault}, {tries}.
 struct FaultRow {
@@ -37,6 +40,7 @@ struct ExchangeRow {
   std::string_view hint;
   const char* cause;
   const char* remedy;
+  long longest = 0;  // seconds that the driver waits; a shorter --timeout may be to blame
 };
 
 constexpr ExchangeRow kExchanges[] = {
@@ -48,8 +52,12 @@ constexpr ExchangeRow kExchanges[] = {
      "give a host name or an address, without http:// and without a path"},
     {HTTP_POST_NO_CONNECTION, "refused", "nothing listens at {address}: {error}", kCheckAddress},
     {HTTP_POST_NO_CONNECTION, "", "nothing answers at {address}: {error}", kCheckAddress},
-    {HTTP_POST_TIMED_OUT, "", "no complete answer from {address} in time: {error}",
-     "check the network and the port; a slow camera needs a longer --timeout"},
+    {HTTP_POST_TIMED_OUT, "Resolving", "'{host}' could not be looked up in time: {error}",
+     "check the network, or give the address in numbers", HTTP_CONNECT_TIMEOUT_S},
+    {HTTP_POST_TIMED_OUT, "Connection time", "nothing answers at {address} in time: {error}", kCheckAddress,
+     HTTP_CONNECT_TIMEOUT_S},
+    {HTTP_POST_TIMED_OUT, "", "no complete answer from {address} in time: {error}", "check the network and the port",
+     kLongestWait},
     {HTTP_POST_NOT_XML, "", "what {address}{path} answered is no XML; is this the camera's web page?",
      "check the port: the ONVIF service may be on another one"},
     {HTTP_POST_TOO_LARGE, "", "the answer of {address}{path} is too large to be one of a camera",
@@ -143,7 +151,8 @@ Cause FromExchange(const Evidence& evidence, int result, const Party& party) {
   const auto* const row = std::find_if(std::begin(kExchanges), std::end(kExchanges),
                                        [&](const ExchangeRow& candidate) { return Fits(candidate, evidence); });
   if (row == std::end(kExchanges)) return {MeaningOf(result), kCheckAddress};
-  return {Filled(row->cause, evidence, party), row->remedy};
+  const bool couldWait = party.timeoutSeconds > 0 && party.timeoutSeconds < row->longest;
+  return {Filled(row->cause, evidence, party), row->remedy + std::string(couldWait ? kWaitLonger : "")};
 }
 
 }  // namespace

@@ -13,6 +13,7 @@ struct Party {
   std::string host;
   int port = 0;
   std::string user;
+  int timeoutSeconds = 0;  ///< longest wait that was asked for; 0: none
 };
 
 /// Cause and remedy of a failed step, read from its last exchange.

@@ -122,7 +122,7 @@ StepOutcome Runner::Time(const Step& step) {
 // Why the step failed, without secrets.
 Cause Runner::Explain(const StepOutcome& outcome) {
   const Connection& connection = m_session.GetConnection();
-  const Party party{connection.host, connection.port, connection.user};
+  const Party party{connection.host, connection.port, connection.user, connection.timeoutSeconds};
   Cause cause = outcome.cause ? *outcome.cause : FindCause(m_session.LastEvidence(), outcome.result, party);
   // A clock that is off looks like a wrong password.
   if (MayBeTheClock(cause) && !m_session.UsesClock()) {

@@ -42,6 +42,10 @@ Cause CauseOf(const Fetched& fetched, const FetchRequest& request) {
   if (fetched.result == HTTP_POST_BARE_STATUS) {
     return {"HTTP " + std::to_string(fetched.status) + " for the snapshot at " + where, kOtherAddress};
   }
+  if (fetched.result == HTTP_POST_TIMED_OUT) {
+    return {"no whole picture from " + where + " in time: " + fetched.error,
+            "check the network and the port; a slow camera needs a longer --timeout"};
+  }
   const Evidence evidence{fetched.result, fetched.status, request.path, fetched.error, {}};
   return FindCause(evidence, ResultOf(fetched.result), {request.host, request.port, request.user});
 }

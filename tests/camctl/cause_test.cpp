@@ -40,6 +40,34 @@ TEST(FindCause, AddressIsNotSaidTwice) {
             "nothing answers at 10.0.0.9:8080: Couldn't connect to server");
 }
 
+struct WaitRow {
+  const char* error;
+  int timeoutSeconds;
+  bool helps;
+};
+
+// The driver connects for 10 seconds and waits for 120, whatever --timeout says beyond that.
+TEST(FindCause, LongerTimeoutIsAdvisedOnlyWhereItHelps) {
+  const WaitRow rows[] = {{"Operation timed out after 120001 milliseconds with 0 bytes received", 0, false},
+                          {"Operation timed out after 120001 milliseconds with 0 bytes received", 300, false},
+                          {"Operation timed out after 120001 milliseconds with 0 bytes received", 120, false},
+                          {"Operation timed out after 5001 milliseconds with 0 bytes received", 5, true},
+                          {"Connection timed out after 10001 milliseconds", 0, false},
+                          {"Connection timeout after 10001 ms", 10, false},
+                          {"Connection timeout after 10001 ms", 60, false},
+                          {"Connection timeout after 5001 ms", 5, true},
+                          {"Resolving timed out after 10001 milliseconds", 60, false},
+                          {"Resolving timed out after 5001 milliseconds", 5, true}};
+  for (const WaitRow& row : rows) {
+    Party party = kParty;
+    party.timeoutSeconds = row.timeoutSeconds;
+    const Cause cause = FindCause(Exchange(HTTP_POST_TIMED_OUT, 0, row.error), 4, party);
+    EXPECT_THAT(cause.cause, HasSubstr(row.error));
+    EXPECT_EQ(cause.remedy.find("; a slow camera needs a longer --timeout") != std::string::npos, row.helps)
+        << row.error << ", --timeout " << row.timeoutSeconds;
+  }
+}
+
 TEST(FindCause, UnknownHost) {
   EXPECT_EQ(FindCause(Exchange(HTTP_POST_NO_CONNECTION, 0, "Could not resolve host: 10.0.0.9"), 4, kParty).cause,
             "unknown host '10.0.0.9'");

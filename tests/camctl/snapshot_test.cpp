@@ -105,6 +105,20 @@ TEST_F(SaveSnapshotTest, EveryFailureLeavesTheFileThatIsThere) {
   }
 }
 
+TEST(SnapshotOutcome, PictureThatIsLateMayBeWaitedForLonger) {
+  FetchRequest request;
+  request.host = "192.0.2.7";
+  request.path = "/shot.jpg";
+  Fetched late;
+  late.result = HTTP_POST_TIMED_OUT;
+  late.error = "Operation timed out";
+  const StepOutcome outcome = OutcomeOf(late, request);
+  EXPECT_EQ(outcome.result, 4);
+  ASSERT_TRUE(outcome.cause);
+  EXPECT_EQ(outcome.cause->cause, "no whole picture from 192.0.2.7:80/shot.jpg in time: Operation timed out");
+  EXPECT_THAT(outcome.cause->remedy, HasSubstr("longer --timeout"));
+}
+
 TEST_F(SaveSnapshotTest, FolderThatIsMissingIsTold) {
   const StepOutcome outcome = Save(m_file.Path() + "/shot.jpg");
   EXPECT_EQ(outcome.result, 1);

@@ -1,5 +1,6 @@
 """What the tour says when the camera, the network or the account fails it."""
 
+import contextlib
 import json
 import os
 import socket
@@ -92,6 +93,20 @@ class CameraThatDies(Failure):
             listening.listen()
             done = tour(listening.getsockname()[1], "--timeout", "1")
         self.assert_ends_with(done, 4, "no complete answer from 127.0.0.1:[0-9]+ in time")
+        self.assertIn("needs a longer --timeout\n", done.stdout)
+
+    def test_camera_that_takes_no_connection(self):
+        with contextlib.ExitStack() as stack:
+            listening = stack.enter_context(socket.socket())
+            listening.bind(("127.0.0.1", 0))
+            listening.listen(0)
+            for _ in range(4):  # whoever comes behind them waits
+                waiting = stack.enter_context(socket.socket())
+                waiting.setblocking(False)
+                waiting.connect_ex(listening.getsockname())
+            done = tour(listening.getsockname()[1], "--timeout", "1")
+        self.assert_ends_with(done, 4, "nothing answers at 127.0.0.1:[0-9]+ in time: Connection time")
+        self.assertIn("remedy: check address, port and power; a slow camera needs a longer --timeout\n", done.stdout)
 
     def test_unknown_host(self):
         done = programs.camctl("--host", "camera.invalid", "--user", "u", "test", CAMCTL_PASSWORD="x")
