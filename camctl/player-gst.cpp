@@ -5,16 +5,16 @@
 #include <gst/sdp/gstsdpmessage.h>
 
 #include <algorithm>
-#include <array>
 #include <atomic>
-#include <memory>
 #include <mutex>
 #include <string_view>
 #include <vector>
 
+#include "camctl/gsthandles.h"
 #include "camctl/player.h"
 #include "camctl/rtspguard.h"
 #include "camctl/text.h"
+#include "camctl/trackformat.h"
 
 namespace camctl {
 
@@ -25,115 +25,8 @@ using Clock = std::chrono::steady_clock;
 constexpr int kMostPads = 8;  // of one stream; what comes on further ones is not received
 constexpr int kTries = 2;     // of one request: without credentials, and with them
 constexpr int kUnauthorized = 401;
-constexpr std::size_t kLongestName = 32;          // bytes of a codec's name
 constexpr std::size_t kLongestError = 200;        // bytes of an error's text
 constexpr GstClockTime kTick = 50 * GST_MSECOND;  // between two looks at what was measured
-
-struct GstDeleter {
-  void operator()(GstElement* element) const noexcept { gst_object_unref(element); }
-  void operator()(GstElementFactory* factory) const noexcept { gst_object_unref(factory); }
-  void operator()(GstPad* pad) const noexcept { gst_object_unref(pad); }
-  void operator()(GstBus* bus) const noexcept { gst_object_unref(bus); }
-  void operator()(GstCaps* caps) const noexcept { gst_caps_unref(caps); }
-  void operator()(GstMessage* message) const noexcept { gst_message_unref(message); }
-  void operator()(GError* error) const noexcept { g_error_free(error); }
-  void operator()(gchar* text) const noexcept { g_free(text); }
-};
-template <typename T>
-using Owned = std::unique_ptr<T, GstDeleter>;
-
-bool HasElement(const char* name) {
-  return Owned<GstElementFactory>(gst_element_factory_find(name)) != nullptr;
-}
-
-// How a codec is decoded; the first decoder that this machine has is used.
-struct VideoRow {
-  std::string_view encoding;  // in the description of the stream
-  const char* codec;          // as the camera's media service names it
-  const char* depayloader;
-  const char* parser;  // for cameras that send several pictures in one packet; left out where it is missing
-  std::array<const char*, 2> decoders;
-};
-
-constexpr VideoRow kVideo[] = {{"H264", "H264", "rtph264depay", "h264parse", {"avdec_h264", "openh264dec"}},
-                               {"MP4V-ES", "MPEG4", "rtpmp4vdepay", "mpeg4videoparse", {"avdec_mpeg4", "avdec_mpeg4"}},
-                               {"JPEG", "JPEG", "rtpjpegdepay", "jpegparse", {"jpegdec", "avdec_mjpeg"}}};
-
-struct AudioRow {
-  std::string_view prefix;  // of the encoding in the description
-  const char* codec;
-};
-
-constexpr AudioRow kAudio[] = {{"PCMU", "G711"},      {"PCMA", "G711"},         {"G726", "G726"},
-                               {"AAL2-G726", "G726"}, {"MPEG4-GENERIC", "AAC"}, {"MP4A-LATM", "AAC"}};
-
-const VideoRow* FindVideo(const std::string& encoding) {
-  for (const VideoRow& row : kVideo) {
-    if (row.encoding == encoding) return &row;
-  }
-  return nullptr;
-}
-
-std::string VideoName(const std::string& encoding) {
-  const VideoRow* const row = FindVideo(encoding);
-  return row == nullptr ? encoding : row->codec;
-}
-
-// The elements that decode; empty when there are none.
-std::string DecodingOf(const std::string& encoding) {
-  const VideoRow* const row = FindVideo(encoding);
-  if (row == nullptr || !HasElement(row->depayloader)) return {};
-  const auto* const decoder = std::find_if(row->decoders.begin(), row->decoders.end(), &HasElement);
-  if (decoder == row->decoders.end()) return {};
-  const std::string parsing = HasElement(row->parser) ? std::string(row->parser) + " ! " : "";
-  return std::string(row->depayloader) + " ! " + parsing + *decoder + " ! ";
-}
-
-std::string AudioName(const std::string& encoding) {
-  for (const AudioRow& row : kAudio) {
-    if (encoding.compare(0, row.prefix.size(), row.prefix) == 0) return row.codec;
-  }
-  return encoding;
-}
-
-// A text of a description, made fit to be shown.
-std::string TextField(const GstStructure* structure, const char* field) {
-  const gchar* const text = gst_structure_get_string(structure, field);
-  return text == nullptr ? std::string() : Shortened(OneLine(text), kLongestName);
-}
-
-// Payload types with a fixed meaning, for which a description may leave the name out.
-struct FixedRow {
-  int payload;
-  const char* encoding;
-  int rate;  // of the clock, per second
-};
-
-constexpr FixedRow kFixed[] = {{0, "PCMU", 8000}, {8, "PCMA", 8000}, {26, "JPEG", 90000}};
-
-const FixedRow* FindFixed(const GstStructure* structure) {
-  int payload = -1;
-  gst_structure_get_int(structure, "payload", &payload);
-  for (const FixedRow& row : kFixed) {
-    if (row.payload == payload) return &row;
-  }
-  return nullptr;
-}
-
-// Name of a track's encoding; empty when there is none.
-std::string EncodingOf(const GstStructure* structure) {
-  const std::string name = TextField(structure, "encoding-name");
-  const FixedRow* const row = name.empty() ? FindFixed(structure) : nullptr;
-  return row == nullptr ? name : row->encoding;
-}
-
-// Samples per second of a track of sound; 0 when they are not told.
-int RateOf(const GstStructure* structure) {
-  const FixedRow* const row = FindFixed(structure);
-  int rate = row == nullptr ? 0 : row->rate;
-  gst_structure_get_int(structure, "clock-rate", &rate);
-  return rate;
-}
 
 // What the streaming threads find out.
 class Findings {
@@ -334,7 +227,7 @@ bool Pipeline::Select(const GstCaps* caps) {
     return true;
   }
   if (media != "audio" || found.audio) return false;
-  m_findings.SetAudio({AudioName(encoding), RateOf(structure), 0});
+  m_findings.SetAudio({AudioName(encoding), SampleRateOf(structure), 0});
   return true;
 }
 
