@@ -11,6 +11,7 @@
 #include <array>
 #include <cstdarg>
 #include <cstdio>
+#include <exception>
 #include <list>
 #include <mutex>
 #include <optional>
@@ -255,13 +256,23 @@ class HttpServer::Daemon {
     if (exchange.received > kMaxRequestBody) {
       return Send(connection, PlainAnswer(MHD_HTTP_CONTENT_TOO_LARGE, "the request is too large"));
     }
-    exchange.answer = m_handler(exchange.request);
+    exchange.answer = Handle(exchange.request);
     const WirePlan& wire = exchange.answer->wire;
     EntryOf(connection).dropsNextRequest = wire.dropsNextRequest;
     if (wire.raw || wire.delay.count() > 0) {
       return SendPastLibrary(connection, *exchange.answer);
     }
     return Send(connection, *exchange.answer);
+  }
+
+  // An exception must not reach the library, which is written in C: it would end the program.
+  HttpAnswer Handle(const HttpRequest& request) const {
+    try {
+      return m_handler(request);
+    } catch (const std::exception& error) {
+      return PlainAnswer(MHD_HTTP_INTERNAL_SERVER_ERROR,
+                         std::string("the request cannot be answered: ") + error.what());
+    }
   }
 
   // The library leaves the connection alone until the sender is done with it; then it asks OnRequest again.

@@ -48,7 +48,7 @@ HttpAnswer PlainAnswer(int status, const std::string& reason);
 // Serves from its construction until Stop() or its end, on one thread of its own.
 class HttpServer {
  public:
-  // Called on the server's thread with each whole request.
+  // Called on the server's thread with each whole request. When it throws a std::exception, the answer is 500.
   using Handler = std::function<HttpAnswer(const HttpRequest& request)>;
 
   // Asked on the server's thread for each connection and each request: false ends the connection without an answer.

@@ -1,6 +1,7 @@
 #include "simcam/quirks/answerdocument.h"
 
 #include <new>
+#include <stdexcept>
 #include <utility>
 
 namespace simcam {
@@ -28,7 +29,8 @@ AnswerDocument::AnswerDocument(std::string operation, std::string_view text)
     : m_operation(std::move(operation)),
       m_document(xmlReadMemory(text.data(), static_cast<int>(text.size()), nullptr, nullptr, kParseOptions)) {
   if (!m_document) {
-    throw std::bad_alloc();  // the text comes from this program's own writer
+    // This program's own writer escapes what it writes, but XML has no way to write all bytes.
+    throw std::runtime_error("the answer is not XML; the value of a quirk may have bytes that XML cannot hold");
   }
 }
 

@@ -12,7 +12,7 @@ namespace simcam {
 // The nodes belong to the document. All reads and changes are defined for null nodes as well: nothing happens.
 class AnswerDocument {
  public:
-  // `text` must be XML; `operation` is the name of the operation that it answers.
+  // `text` must be XML, else std::runtime_error is thrown; `operation` is the name of the operation that it answers.
   AnswerDocument(std::string operation, std::string_view text);
 
   const std::string& Operation() const { return m_operation; }

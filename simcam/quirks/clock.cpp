@@ -1,6 +1,8 @@
 // Cameras whose clock is not right, or who tell it in a way of their own.
 #include <array>
+#include <charconv>
 #include <ctime>
+#include <optional>
 #include <utility>
 
 #include "simcam/quirks/quirk.h"
@@ -59,15 +61,31 @@ constexpr std::array<TimeField, 6> kTimeFields = {{{"Hour", &std::tm::tm_hour, 0
                                                    {"Month", &std::tm::tm_mon, 1},
                                                    {"Day", &std::tm::tm_mday, 0}}};
 
-void ShiftTold(AnswerDocument& answer, xmlNode* moment, seconds shift) {
+// The numbers of a moment; nothing when one does not read, for another quirk may have changed it before.
+std::optional<std::tm> ReadTold(const AnswerDocument& answer, xmlNode* moment) {
+  constexpr int kHighest = 9999;
   std::tm fields{};
   for (const TimeField& field : kTimeFields) {
-    fields.*field.number = std::stoi(AnswerDocument::TextOf(answer.Find(field.name, moment))) - field.base;
+    const std::string text = AnswerDocument::TextOf(answer.Find(field.name, moment));
+    int number = -1;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || end != text.data() + text.size() || number < 0 || number > kHighest) {
+      return std::nullopt;
+    }
+    fields.*field.number = number - field.base;
   }
-  const std::time_t shifted = timegm(&fields) + shift.count();
-  gmtime_r(&shifted, &fields);
+  return fields;
+}
+
+void ShiftTold(AnswerDocument& answer, xmlNode* moment, seconds shift) {
+  std::optional<std::tm> fields = ReadTold(answer, moment);
+  if (!fields) {
+    return;
+  }
+  const std::time_t shifted = timegm(&*fields) + shift.count();
+  gmtime_r(&shifted, &*fields);
   for (const TimeField& field : kTimeFields) {
-    AnswerDocument::SetText(answer.Find(field.name, moment), std::to_string(fields.*field.number + field.base));
+    AnswerDocument::SetText(answer.Find(field.name, moment), std::to_string((*fields).*field.number + field.base));
   }
 }
 

@@ -4,8 +4,10 @@
 
 #include <chrono>
 #include <memory>
+#include <stdexcept>
 #include <vector>
 
+#include "simcam/httpserver.h"
 #include "simcam/simcamera.h"
 #include "tests/simcam/client.h"
 #include "tests/simcam/messages.h"
@@ -160,6 +162,31 @@ TEST_F(Http, ManyIdleConnectionsDoNotLockOthersOut) {
   EXPECT_EQ(HttpConnection(m_camera.Port()).Post(kDevicePath, DateRequest()).status, 200);
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
   EXPECT_TRUE(idle.front()->IsClosedByPeer()) << "the longest idle connection makes room";
+}
+
+// An exception that reached the HTTP library would end the program.
+TEST(HttpServer, HandlerThatThrowsIsAnsweredWith500AndTheNextIsServed) {
+  const simcam::HttpServer server(0, [](const simcam::HttpRequest& request) -> simcam::HttpAnswer {
+    if (request.target == "/broken") {
+      throw std::out_of_range("of what it can");
+    }
+    return simcam::PlainAnswer(200, "well");
+  });
+  const HttpConnection connection(server.Port());
+  const HttpReply reply = connection.Get("/broken");
+  EXPECT_EQ(reply.status, 500);
+  EXPECT_EQ(reply.body, "the request cannot be answered: of what it can\n");
+  EXPECT_EQ(connection.Get("/whole").status, 200);
+}
+
+TEST(HttpServer, AnswerThatQuirksCannotReadIsAnsweredWith500) {
+  simcam::CameraOptions options;
+  options.quirks = {"address-query=\x01", "xml-null-values=Name"};  // the fault names the query that is missing
+  const SimCamera camera(simcam::LoadModel("ptz-dome"), options);
+  const HttpReply reply = HttpConnection(camera.Port()).Post("/onvif/media_service", SignedProfiles("simcam"));
+  EXPECT_EQ(reply.status, 500);
+  EXPECT_THAT(reply.body, HasSubstr("the answer is not XML"));
+  EXPECT_EQ(HttpConnection(camera.Port()).Post(kDevicePath, DateRequest()).status, 200);
 }
 
 TEST(SimCamera, StopsAtOnceWithOpenConnections) {

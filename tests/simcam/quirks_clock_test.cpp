@@ -109,6 +109,20 @@ TEST_F(ClockQuirk, LocalAsUtcMisleadsThoseWhoFollow) {
   EXPECT_EQ(CodesWhenSigned(seconds(0)), "");
 }
 
+// Another quirk, switched on before, took away a number that this one would count with.
+TEST_F(ClockQuirk, LocalAsUtcLeavesAMomentAloneThatDoesNotRead) {
+  for (const char* const other : {"xml-empty-values=Hour", "xml-null-values=Year"}) {
+    m_bench.Quirks().SwitchAllOff();
+    SwitchOn(other);
+    SwitchOn("clock-local-as-utc=13");
+    const auto answer = Ask();
+    EXPECT_EQ(answer.httpStatus, 200) << other;
+    EXPECT_THAT(answer.body, HasSubstr("<tt:Month>2</tt:Month><tt:Day>29</tt:Day>")) << other;
+    EXPECT_THAT(answer.body, Not(HasSubstr("<tt:Month>3</tt:Month>"))) << other;
+    EXPECT_THAT(answer.body, HasSubstr("<tt:TZ>LOC-13</tt:TZ>")) << other;
+  }
+}
+
 struct Missing {
   const char* quirk;
   const char* element;  // that the answer no longer has
