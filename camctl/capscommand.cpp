@@ -74,7 +74,17 @@ void ShowReport(Console& console, const CameraReport& camera) {
   ShowGroup(console, "PTZ", kPtzKeys, report);
 }
 
-// What a server would have stored of the camera.
+constexpr const char* kWithoutCapabilities = "without the capabilities, one of which holds the password";
+
+// Whether the password, or a word like it, stands in the report, which then shows it as what it is not.
+bool HoldsPassword(Session& session) {
+  const Capabilities& shown = session.Camera().capabilities;
+  return std::any_of(shown.begin(), shown.end(),
+                     [&](const auto& entry) { return ValueOf(session.Record(), entry.first) != entry.second; });
+}
+
+// What a server would have stored of the camera. No password is written, and no address that was made unreadable and
+// would not work: without capabilities the camera is asked for them each time.
 CameraFile FileOf(Session& session) {
   const Connection& connection = session.GetConnection();
   CameraFile file;
@@ -82,7 +92,7 @@ CameraFile FileOf(Session& session) {
   file.port = connection.port;
   if (!connection.user.empty()) file.user = connection.user;
   file.profiles = session.Profiles();
-  file.capabilities = session.Camera().capabilities;
+  if (!HoldsPassword(session)) file.capabilities = session.Camera().capabilities;
   return file;
 }
 
@@ -90,10 +100,12 @@ Step Save(const std::string& path, bool replace) {
   return {"save", "none",
           [path, replace](Session& session) {
             const std::string error = WriteWhole(path, CameraFileText(FileOf(session)), replace);
-            if (error.empty()) return StepOutcome{CAMERA_OK, path, {}};
-            return StepOutcome{
-                CAMERA_FAILED, "",
-                Cause{path + " cannot be written: " + error, "give another FILE, or --force to replace one"}};
+            if (!error.empty()) {
+              return StepOutcome{
+                  CAMERA_FAILED, "",
+                  Cause{path + " cannot be written: " + error, "give another FILE, or --force to replace one"}};
+            }
+            return StepOutcome{CAMERA_OK, HoldsPassword(session) ? path + ", " + kWithoutCapabilities : path, {}};
           },
           true};
 }
@@ -105,7 +117,8 @@ void RunCaps(Runner& runner, const std::optional<std::string>& path, bool replac
   if (!path || !runner.LearnProfiles() || !runner.Run(Save(*path, replace))) return;
   session.Camera().profiles = session.Profiles();
   runner.GetConsole().Line("");
-  runner.GetConsole().Line("Saved; use it with --camera " + *path);
+  const std::string saved = HoldsPassword(session) ? std::string("Saved ") + kWithoutCapabilities : "Saved";
+  runner.GetConsole().Line(saved + "; use it with --camera " + *path);
 }
 
 }  // namespace

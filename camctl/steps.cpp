@@ -169,9 +169,9 @@ StepOutcome RunReport(Session& session) {
   Capabilities report;
   const int result = session.Driver().GetCapability(report);
   if (result != CAMERA_OK) return {result, "", {}};
+  session.Remember(report);  // as it is: the driver asks at the addresses in it
   for (auto& [key, value] : report) value = session.WithoutPassword(value);
   session.Camera().capabilities = report;
-  session.Remember(report);
   return {result, DescribeReport(report), {}};
 }
 

@@ -228,6 +228,17 @@ TEST_F(RunnerTest, ReportIsMadeUnlessTheRecordIsAWholeOne) {
   EXPECT_EQ(runner.Result().steps.size(), 2U);
 }
 
+TEST_F(RunnerTest, PasswordThatIsPartOfAnAddressIsHiddenAndTheAddressGoesOnWorking) {
+  m_camera.ChangeAccount("admin", "onvif");
+  m_connection.password = "onvif";
+  Session session(m_connection);
+  Runner runner(session, m_console, ShowSteps::All);
+  ASSERT_TRUE(runner.Run({&kServices, &kProfiles, &kReport}));
+  EXPECT_EQ(session.Camera().capabilities.at("media_entry"), "/********/media_service");
+  EXPECT_EQ(session.Record().at("media_entry"), "/onvif/media_service");
+  EXPECT_TRUE(runner.Run({&kTest, &kRecordingStream}));
+}
+
 TEST(Session, PasswordInWhatTheCameraSaysIsHidden) {
   Connection connection;
   connection.password = "secret";

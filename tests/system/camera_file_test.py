@@ -36,7 +36,7 @@ class CameraFile(unittest.TestCase):
         self.assertRegex(done.stdout, r"\n  Pan +continuous\n")
 
     def test_groups_that_a_camera_lacks_are_named(self):
-        done = self.camctl("caps", "--sim", "fixed-box")
+        done = programs.camctl("caps", "--sim", "fixed-box")
         self.assertEqual(done.returncode, 0, done.stderr)
         self.assertIn("\nAudio: none\n", done.stdout)
         self.assertIn("\nPTZ: none\n", done.stdout)
@@ -53,6 +53,21 @@ class CameraFile(unittest.TestCase):
         moved = self.camctl("--camera", self.path, "--json", "ptz", "move", "left")
         self.assertEqual(moved.returncode, 0, moved.stdout + moved.stderr)
         self.assertEqual([step["operation"] for step in json.loads(moved.stdout)["steps"]], ["LensPTZ"])
+
+    def test_file_holds_no_address_with_the_password_and_serves_later_commands(self):
+        word = "onvif"  # stands in the addresses of the camera's services
+        account = programs.temporary_file(self, word + "\n")
+        with programs.Camera("ptz-dome", "--password-file", account) as camera:
+            done = programs.camctl("--host", "127.0.0.1", "--port", str(camera.port), "--user", programs.USER, "caps",
+                                   "--save", self.path, CAMCTL_PASSWORD=word)
+            self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
+            self.assertIn("Saved without the capabilities, one of which holds the password", done.stdout)
+            self.assertEqual((self.saved()["profiles"], self.saved()["capabilities"]), ("profile_1,profile_2", {}))
+            self.assertNotIn(word, json.dumps(self.saved()))
+            moved = programs.camctl("--camera", self.path, "--json", "ptz", "move", "left", CAMCTL_PASSWORD=word)
+        self.assertEqual(moved.returncode, 0, moved.stdout + moved.stderr)
+        self.assertEqual([step["operation"] for step in json.loads(moved.stdout)["steps"]],
+                         ["GetCapabilities", "GetCapability", "LensPTZ"])
 
     def test_without_a_record_the_report_comes_first(self):
         moved = self.camctl(*self.arguments, "--json", "ptz", "move", "left")
