@@ -9,10 +9,13 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <charconv>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <set>
 #include <string_view>
+#include <utility>
 
 #include "camctl/text.h"
 #include "camctl/usageerror.h"
@@ -117,6 +120,35 @@ std::string ReadBeginning(const std::string& path) {
   return {bytes.data(), length};
 }
 
+// The byte that "%XX" at the beginning of `text` stands for; nothing when there is none.
+std::optional<char> DecodedByte(std::string_view text) {
+  constexpr std::size_t length = 3;
+  constexpr int hexadecimal = 16;
+  if (text.size() < length || text.front() != '%') return std::nullopt;
+  unsigned value = 0;
+  const auto [end, error] = std::from_chars(text.data() + 1, text.data() + length, value, hexadecimal);
+  if (error != std::errc() || end != text.data() + length) return std::nullopt;
+  return static_cast<char>(value);
+}
+
+// Where the password ends that begins at `begin`, each byte of it as it is or encoded as in an address; `begin` when it
+// does not stand there.
+std::size_t EndOfPassword(std::string_view text, std::size_t begin, std::string_view password) {
+  std::set<std::size_t> places = {begin};  // more than one behind "%25", which may also stand for itself
+  for (const char wanted : password) {
+    std::set<std::size_t> next;
+    for (const std::size_t place : places) {
+      const std::string_view rest = text.substr(place);
+      if (rest.empty()) continue;
+      if (rest.front() == wanted || (rest.front() == '+' && wanted == ' ')) next.insert(place + 1);
+      if (DecodedByte(rest) == wanted) next.insert(place + 3);
+    }
+    if (next.empty()) return begin;
+    places = std::move(next);
+  }
+  return *places.rbegin();
+}
+
 }  // namespace
 
 std::string ReadPasswordFile(const std::string& path) {
@@ -148,10 +180,20 @@ std::optional<std::string> PromptPassword(const std::string& user) {
   return password;
 }
 
-std::string HidePassword(std::string text, const std::string& password) {
+std::string HidePassword(const std::string& text, const std::string& password) {
   constexpr std::size_t shortest = 4;
   if (password.size() < shortest) return text;
-  return ReplaceAll(std::move(text), password, "********");
+  std::string hidden;
+  for (std::size_t place = 0; place < text.size();) {
+    const std::size_t end = EndOfPassword(text, place, password);
+    if (end == place) {
+      hidden += text[place++];
+    } else {
+      hidden += "********";
+      place = end;
+    }
+  }
+  return hidden;
 }
 
 }  // namespace camctl

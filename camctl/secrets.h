@@ -20,8 +20,9 @@ std::optional<std::string> TakeEnvironmentPassword();
 /// ends the program ends it after the echo is back.
 std::optional<std::string> PromptPassword(const std::string& user);
 
-/// `text` with each occurrence of the password made unreadable: some cameras put it into their stream addresses.
+/// `text` with each occurrence of the password made unreadable: some cameras put it into their stream addresses, as it
+/// is or percent-encoded, wholly or in part ("%40" for "@"; "%20" or "+" for a blank).
 /// Passwords of fewer than 4 bytes are left alone, for they would be found in any text.
-std::string HidePassword(std::string text, const std::string& password);
+std::string HidePassword(const std::string& text, const std::string& password);
 
 }  // namespace camctl

@@ -64,9 +64,9 @@ void Session::SetListener(std::function<void(const Evidence&)> listener) {
   m_listener = std::move(listener);
 }
 
-std::string Session::WithoutPassword(std::string text) const {
+std::string Session::WithoutPassword(const std::string& text) const {
   // The account of a simulated camera is in its documentation, and such a camera shows none.
-  return m_connection.simulated.empty() ? HidePassword(std::move(text), m_connection.password) : text;
+  return m_connection.simulated.empty() ? HidePassword(text, m_connection.password) : text;
 }
 
 void Session::UseClock(std::chrono::milliseconds ahead) {

@@ -54,7 +54,7 @@ class Session {
   void SetListener(std::function<void(const Evidence&)> listener);
 
   /// `text` without the password.
-  std::string WithoutPassword(std::string text) const;
+  std::string WithoutPassword(const std::string& text) const;
 
  private:
   void Observe(const HTTP_EXCHANGE& exchange);

@@ -74,6 +74,29 @@ TEST(HidePassword, EachOccurrence) {
   EXPECT_EQ(HidePassword("/a?pw=secret&again=secret", "secret"), "/a?pw=********&again=********");
 }
 
+TEST(HidePassword, AlsoWhereItIsEncodedAsInAddresses) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"p@ss word", "p%40ss%20word"}, {"p@ss word", "p@ss+word"},
+      {"p@ss word", "p%40ss word"},   {"p@ss word", "%70%40%73%73%20%77%6f%72%64"},
+      {"a/b?c=d", "a%2fb%3Fc%3dd"},   {"50%25%", "50%25%"},
+      {"50%25%", "50%2525%25"},       {"50%25%", "50%25%25"},
+      {"50%25%", "50%2525%"},         {"gr\xC3\xBCn", "gr%C3%bcn"}};
+  for (const auto& [password, written] : rows) {
+    EXPECT_EQ(HidePassword(std::string("/live?pw=") + written + "&again=" + written, password).substr(0, 24),
+              "/live?pw=********&again=")
+        << written;
+    EXPECT_EQ(HidePassword(written, password).substr(0, 8), "********") << written;
+  }
+}
+
+TEST(HidePassword, WhatOnlyLooksLikeItStays) {
+  for (const char* const other :
+       {"p%4", "p%", "p%40ss%2", "p%40ss%2Bword", "p%4@ss word", "p%+4ss word", "p@ss%word", "p@ss-word", "p@ss wor"}) {
+    EXPECT_EQ(HidePassword(other, "p@ss word"), other);
+  }
+  EXPECT_EQ(HidePassword("a+b+c", "a b+d"), "a+b+c");
+}
+
 TEST(HidePassword, ShortOnesAreLeftAlone) {
   EXPECT_EQ(HidePassword("/a/abc", "abc"), "/a/abc");
   EXPECT_EQ(HidePassword("/a/abc", ""), "/a/abc");
