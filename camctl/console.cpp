@@ -66,6 +66,12 @@ void Console::Document(std::string_view text) {
   Write(text);
 }
 
+void Console::Ask(const std::vector<std::string>& lines, std::string_view question) {
+  ClearProgress();
+  for (const std::string& line : lines) WriteToError(OneLine(line) + "\n");
+  WriteToError(OneLine(question) + " ");
+}
+
 void Console::Progress(std::string_view text) {
   if (!m_progress) return;
   WriteToError(std::string(kClearLine) + OneLine(text));

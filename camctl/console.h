@@ -2,6 +2,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace camctl {
 
@@ -25,6 +26,9 @@ class Console {
 
   /// Prints a text as it is.
   void Document(std::string_view text);
+
+  /// Shows a question behind the lines that explain it, on standard error; also when quiet.
+  void Ask(const std::vector<std::string>& lines, std::string_view question);
 
   /// Shows what is being done, in place of what it showed before; only when standard error is a terminal.
   void Progress(std::string_view text);

@@ -18,12 +18,12 @@ namespace {
 constexpr int kByName = -1;
 constexpr int kHighestNumber = 65535;
 
-// Asks the user on the terminal.
-Step Confirm() {
+// Asks the user on the terminal, where standard output need not lead.
+Step Confirm(Console& console, const std::vector<std::string>& warning) {
   return {"confirm", "none",
-          [](Session&) {
+          [&console, warning](Session&) {
             std::string answer;
-            std::cerr << "List, and delete them? [y/N] " << std::flush;
+            console.Ask(warning, "List, and delete them? [y/N]");
             std::getline(std::cin, answer);
             if (answer == "y" || answer == "Y" || answer == "yes") return StepOutcome{CAMERA_OK, answer, {}};
             return StepOutcome{
@@ -33,16 +33,22 @@ Step Confirm() {
           true};
 }
 
-// Says what listing does to the camera.
-bool Warn(Runner& runner) {
-  std::list<OVF_PTZ_PRESET_POS> presets;
-  if (!runner.Run(ReadPresets(presets))) return false;
+// What listing does to the camera.
+std::vector<std::string> WarningOf(const std::list<OVF_PTZ_PRESET_POS>& presets) {
   std::vector<std::string> names;
   for (const std::string& name : ForeignNames(presets)) names.push_back("'" + name + "'");
-  runner.GetConsole().Line(
-      "Listing deletes every named preset from the camera that is not the server's (QARN0, QARN1 ...).");
-  runner.GetConsole().Line(names.empty() ? "There are no such presets now."
-                                         : "It will delete " + Joined(names, ", ") + ".");
+  return {"Listing deletes every named preset from the camera that is not the server's (QARN0, QARN1 ...).",
+          names.empty() ? "There are no such presets now." : "It will delete " + Joined(names, ", ") + "."};
+}
+
+// Says what listing does, and asks whether it shall where that is not said already.
+bool Warn(Runner& runner, bool confirmed) {
+  std::list<OVF_PTZ_PRESET_POS> presets;
+  if (!runner.Run(ReadPresets(presets))) return false;
+  std::vector<std::string> warning = WarningOf(presets);
+  for (std::string& line : warning) line = runner.GetSession().WithoutPassword(line);
+  if (!confirmed) return runner.Run(Confirm(runner.GetConsole(), warning));
+  for (const std::string& line : warning) runner.GetConsole().Line(line);
   return true;
 }
 
@@ -50,7 +56,7 @@ void RunList(Runner& runner, bool confirmed) {
   if (!runner.LearnAll()) return;
   const CameraCap cap(runner.GetSession().Record());
   // A camera without presets has none to lose: the driver says so.
-  if (cap.GetPresetCnt() > 0 && (!Warn(runner) || (!confirmed && !runner.Run(Confirm())))) return;
+  if (cap.GetPresetCnt() > 0 && !Warn(runner, confirmed)) return;
   if (!runner.Run(ListPresets())) return;
   Console& console = runner.GetConsole();
   const std::map<int, std::string> presets =

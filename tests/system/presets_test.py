@@ -21,8 +21,8 @@ class Presets(unittest.TestCase):
         self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
         return json.loads(done.stdout)["camera"]["presets"]
 
-    def on_terminal(self, typed):
-        return programs.on_terminal([*self.arguments, "preset", "list"], b"[y/N] ", typed,
+    def on_terminal(self, typed, *arguments):
+        return programs.on_terminal([*self.arguments, "preset", "list", *arguments], b"[y/N] ", typed,
                                     CAMCTL_PASSWORD=programs.PASSWORD)
 
     def test_without_terminal_listing_needs_yes(self):
@@ -43,6 +43,14 @@ class Presets(unittest.TestCase):
         status, shown = self.on_terminal(b"y\r")
         self.assertEqual(os.waitstatus_to_exitcode(status), 0, shown)
         self.assertIn("There are no such presets now.", shown)
+
+    def test_question_names_the_presets_also_where_nothing_else_is_shown(self):
+        status, shown = self.on_terminal(b"n\r", "--json")
+        self.assertEqual(os.waitstatus_to_exitcode(status), 1, shown)
+        self.assertIn("It will delete 'Entrance'.\r\nList, and delete them? [y/N] ", shown)
+
+    def test_warning_stays_where_nobody_is_asked(self):
+        self.assertIn("It will delete 'Entrance'.\n", self.camctl("preset", "list", "--yes").stdout)
 
     def test_life_of_a_preset(self):
         self.assertEqual(self.camctl("preset", "set", "7").returncode, 0)
