@@ -1,5 +1,6 @@
 #include "camctl/camerafile.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -49,14 +50,21 @@ bool IsSpecial(const std::string& path) {
   return stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode);
 }
 
+// Gives a file a name that is free; 0, or -1 and errno. A link never replaces a file either, and is for file systems that
+// do not know the other way; those that know no links (FAT) do.
+int TakeFreeName(const char* path, const char* name) {
+  const int moved = renameat2(AT_FDCWD, path, AT_FDCWD, name, RENAME_NOREPLACE);
+  return moved != 0 && (errno == EINVAL || errno == ENOSYS) ? link(path, name) : moved;
+}
+
 }  // namespace
 
 std::string WriteWhole(const std::string& path, const std::string& text, bool replace) {
   if (IsSpecial(path)) return "it is no regular file";
   const TemporaryNeighbour file(path);
   if (!file.Fill(text)) return std::strerror(errno);
-  // A link, unlike a new name, never replaces a file.
-  const int moved = replace ? rename(file.Path().c_str(), path.c_str()) : link(file.Path().c_str(), path.c_str());
+  const int moved =
+      replace ? rename(file.Path().c_str(), path.c_str()) : TakeFreeName(file.Path().c_str(), path.c_str());
   if (moved == 0) return {};
   return errno == EEXIST ? "the file is there already" : std::strerror(errno);
 }

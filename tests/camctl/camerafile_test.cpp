@@ -1,12 +1,38 @@
 #include "camctl/camerafile.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+
+namespace {
+
+// What the file system refuses; 0: nothing.
+struct Refusals {
+  int link = 0;  // errno
+  int move = 0;  // errno of a move that never replaces
+};
+Refusals refusals;
+
+}  // namespace
+
+// In place of the system's.
+extern "C" int link(const char* path, const char* name) noexcept {
+  errno = refusals.link;
+  return refusals.link != 0 ? -1 : linkat(AT_FDCWD, path, AT_FDCWD, name, 0);
+}
+
+extern "C" int renameat2(int folder, const char* path, int target, const char* name, unsigned flags) noexcept {
+  errno = refusals.move;
+  return refusals.move != 0 ? -1 : static_cast<int>(syscall(SYS_renameat2, folder, path, target, name, flags));
+}
 
 namespace camctl {
 namespace {
@@ -18,7 +44,10 @@ class WriteWholeTest : public testing::Test {
   WriteWholeTest() : m_folder(fs::path(testing::TempDir()) / ("camerafile-" + std::to_string(getpid()))) {
     fs::create_directory(m_folder);
   }
-  ~WriteWholeTest() override { fs::remove_all(m_folder); }
+  ~WriteWholeTest() override {
+    refusals = Refusals();
+    fs::remove_all(m_folder);
+  }
 
   std::string Path() const { return (m_folder / "cam.json").string(); }
 
@@ -50,6 +79,25 @@ TEST_F(WriteWholeTest, FileThatIsThereStaysUnlessItIsToBeReplaced) {
   EXPECT_EQ(WriteWhole(Path(), "two", true), "");
   EXPECT_EQ(Content(), "two");
   EXPECT_EQ(Files(), 1);
+}
+
+TEST_F(WriteWholeTest, NewFileNeedsNoLinks) {
+  refusals.link = EPERM;  // FAT
+  EXPECT_EQ(WriteWhole(Path(), "one", false), "");
+  EXPECT_EQ(WriteWhole(Path(), "two", false), "the file is there already");
+  EXPECT_EQ(Content(), "one");
+  EXPECT_EQ(Files(), 1);
+}
+
+TEST_F(WriteWholeTest, NewFileIsLinkedWhereNoMoveSparesFiles) {
+  for (const int error : {EINVAL, ENOSYS}) {  // the file system, the kernel
+    refusals.move = error;
+    EXPECT_EQ(WriteWhole(Path(), "one", false), "") << error;
+    EXPECT_EQ(WriteWhole(Path(), "two", false), "the file is there already") << error;
+    EXPECT_EQ(Content(), "one");
+    EXPECT_EQ(Files(), 1);
+    fs::remove(Path());
+  }
 }
 
 TEST_F(WriteWholeTest, FolderThatIsMissingIsTold) {
