@@ -16,7 +16,7 @@ constexpr std::size_t kMaxPasswordFile = 4096;  // bytes
 
 struct Arguments {
   ProgramOptions options;
-  std::string passwordFile;
+  std::optional<std::string> passwordFile;
   int port = 0;
   int controlPort = -1;  // none
   int rtspPort = 0;
@@ -74,7 +74,7 @@ std::string ReadPasswordFile(const std::string& path) {
   std::string text(kMaxPasswordFile + 1, '\0');
   file.read(text.data(), static_cast<std::streamsize>(text.size()));
   if (!file.eof() && !file) {
-    throw UsageError("cannot read the password file " + path);
+    throw UsageError("cannot read the password file \"" + path + "\"");
   }
   text.resize(static_cast<std::size_t>(file.gcount()));
   std::string line = text.substr(0, text.find_first_of("\r\n"));
@@ -85,8 +85,8 @@ std::string ReadPasswordFile(const std::string& path) {
 }
 
 std::string PasswordOf(const Arguments& arguments) {
-  if (!arguments.passwordFile.empty()) {
-    return ReadPasswordFile(arguments.passwordFile);
+  if (arguments.passwordFile) {
+    return ReadPasswordFile(*arguments.passwordFile);
   }
   const char* const fromEnvironment = std::getenv("SIMCAM_PASSWORD");
   return fromEnvironment == nullptr || *fromEnvironment == '\0' ? arguments.options.camera.password : fromEnvironment;

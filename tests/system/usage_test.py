@@ -89,6 +89,7 @@ class Usage(unittest.TestCase):
             (["--port", "-1"], "-1"),
             (["--clock-window", "x"], "x"),
             (["--password-file", "/nonexistent/pw"], "/nonexistent/pw"),
+            (["--password-file", ""], 'cannot read the password file ""'),
             (["--password", "x"], "--password"),
             (["--nosuch"], "--nosuch"),
         ]
