@@ -1,10 +1,13 @@
 // The program simcam: simulated cameras until SIGINT or SIGTERM.
 #include <pthread.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -19,15 +22,22 @@ namespace {
 constexpr int kExitFailure = 1;
 constexpr int kExitUsage = 2;
 
-int PrintModels() {
+void PrintModels() {
   for (const std::string& name : simcam::ModelNames()) {
     std::printf("%-15s %s\n", name.c_str(), simcam::LoadModel(name).title.c_str());
   }
-  return 0;
 }
 
-int PrintQuirks() {
+void PrintQuirks() {
   std::fputs(simcam::QuirkList().c_str(), stdout);
+}
+
+// The end of a run that was to print something: all of it must have gone out.
+int FinishOutput() {
+  const bool isFlushed = std::fflush(stdout) == 0;
+  if (!isFlushed || std::ferror(stdout) != 0) {
+    throw std::runtime_error(std::string("the output cannot be written: ") + std::strerror(errno));
+  }
   return 0;
 }
 
@@ -94,12 +104,17 @@ int Serve(const simcam::ProgramOptions& options) {
 int Run(int argc, char** argv) {
   const std::optional<simcam::ProgramOptions> options = simcam::ReadProgramOptions(argc, argv);
   if (!options) {
-    return 0;
+    return FinishOutput();
   }
   if (options->isQuirkListAsked) {
-    return PrintQuirks();
+    PrintQuirks();
+    return FinishOutput();
   }
-  return options->isListAsked ? PrintModels() : Serve(*options);
+  if (options->isListAsked) {
+    PrintModels();
+    return FinishOutput();
+  }
+  return Serve(*options);
 }
 
 int Fail(int status, const char* reason) {

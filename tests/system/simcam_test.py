@@ -4,6 +4,7 @@ import json
 import re
 import signal
 import socket
+import subprocess
 import unittest
 
 import programs
@@ -20,6 +21,14 @@ class Simcam(unittest.TestCase):
         self.assertEqual(names, sorted(names))
         for row in rows:
             self.assertEqual(len(row), 2, row)
+
+    def test_list_that_cannot_be_written_is_a_failure(self):
+        for argument in ("--list", "--list-quirks", "--help"):
+            with self.subTest(argument=argument), open("/dev/full", "wb") as full:
+                done = subprocess.run([programs.SIMCAM, argument], env=programs.environment(), stdout=full,
+                                      stderr=subprocess.PIPE, text=True, timeout=programs.RUN_S, check=False)
+                self.assertEqual((done.returncode, done.stderr),
+                                 (1, "simcam: the output cannot be written: No space left on device\n"))
 
     def test_signal_ends_it_cleanly(self):
         for number in (signal.SIGINT, signal.SIGTERM):
