@@ -62,7 +62,7 @@ const std::vector<OptionHelp> kPlayOptions = {
     {"--seconds", "N", "How long it is measured, from the first picture on (3)"}};
 
 const std::vector<OptionHelp> kTourOptions = {
-    {"--snapshot", "FILE", "File that the snapshot is written to (snapshot.jpg)"},
+    {"--snapshot", "FILE", "File that the snapshot is written to; replaces one that is there (snapshot.jpg)"},
     {"--seconds", "N", "How long each stream is played (3)"},
     {"--no-play", "", "Do not play the streams"}};
 
@@ -100,7 +100,7 @@ const std::vector<Command>& Commands() {
        false,
        &Plain<&RunPathsCommand>},
       {{"play", "Play a stream, and measure what it carries", {}, kPlayOptions}, ShowSteps::Failed, true, &PreparePlay},
-      {{"snapshot", "Fetch the camera's picture of now into a JPEG file", {"FILE"}, {}},
+      {{"snapshot", "Fetch the camera's picture of now into a JPEG file; replaces one that is there", {"FILE"}, {}},
        ShowSteps::Failed,
        false,
        &PrepareSnapshot},

@@ -68,7 +68,7 @@ Page PageOfSimcam() {
     if (!row.standard.empty()) text += " (" + row.standard + ")";
     page.options.push_back(OptionOf(row.name, row.value, text));
   }
-  page.sections = {{"MODELS", ModelList()}, {"QUIRKS", simcam::QuirkList()}};
+  page.sections = {{"EXIT STATUS", help.footer}, {"MODELS", ModelList()}, {"QUIRKS", simcam::QuirkList()}};
   return page;
 }
 

@@ -10,6 +10,9 @@ namespace simcam {
 namespace {
 
 constexpr const char* kTitle = "A simulated ONVIF camera on 127.0.0.1";
+constexpr const char* kFooter =
+    "Exit status: 0 after a signal or a list, 1 when it cannot serve or the list cannot be written,\n"
+    "2 for wrong usage, a wrong model or a wrong quirk.\n";
 constexpr int kMaxPort = 65535;
 constexpr int kMaxCameras = 200;                // each has a thread and some open files
 constexpr std::size_t kMaxPasswordFile = 4096;  // bytes
@@ -58,7 +61,8 @@ void DeclarePorts(CLI::App& app, Arguments& arguments) {
       ->check(CLI::Range(0, kMaxPort))
       ->capture_default_str();
   app.add_flag("--no-rtsp", arguments.isWithoutStreams, "Serve no streams")->excludes("--rtsp-port");
-  app.add_option("--count", arguments.options.count, "Number of cameras, on ports that follow each other")
+  app.add_option("--count", arguments.options.count,
+                 "Number of cameras, each on the next ports, or on free ones where a port is 0")
       ->check(CLI::Range(1, kMaxCameras))
       ->capture_default_str();
 }
@@ -125,6 +129,7 @@ std::optional<ProgramOptions> ReadProgramOptions(int argc, char** argv) {
   CLI::App app(kTitle, "simcam");
   Arguments arguments;
   Declare(app, arguments);
+  app.footer(kFooter);
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& request) {
@@ -140,7 +145,7 @@ ProgramHelp DescribeProgram() {
   CLI::App app;
   Arguments arguments;
   Declare(app, arguments);
-  ProgramHelp help{kTitle, {}};
+  ProgramHelp help{kTitle, {}, kFooter};
   for (const CLI::Option* option : app.get_options()) {
     const bool isSwitch = option->get_items_expected_max() == 0;
     // The type's name has the limits of the value behind it: "INT:INT in [0 - 65535]".

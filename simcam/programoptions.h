@@ -40,6 +40,7 @@ struct OptionHelp {
 struct ProgramHelp {
   std::string title;
   std::vector<OptionHelp> options;
+  std::string footer;  // what the exit statuses are
 };
 
 // What --help says, for the manual.

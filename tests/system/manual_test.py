@@ -17,7 +17,8 @@ class Help:
     """What a program's --help says."""
 
     def __init__(self, program):
-        lines = programs.run(program, "--help").stdout.splitlines()
+        said = programs.run(program, "--help").stdout
+        lines = said.splitlines()
         self.title = lines[0]
         self.options, self.texts, self.commands, self.forms = set(), set(), set(), set()
         for line, following in zip(lines, lines[1:] + [""]):
@@ -30,8 +31,8 @@ class Help:
                 self.texts.add(command[2])
             elif form:
                 self.forms.add(form[1])
-        if "Commands:" in lines:
-            self.texts.update(lines[-4:-1])  # password and exit status
+        self.footer = said.rstrip("\n").rpartition("\n\n")[2]  # password and exit status
+        self.texts.update(self.footer.splitlines())
 
 
 def file_of(name):
@@ -60,6 +61,7 @@ class Manual(unittest.TestCase):
     def compare(self, program, path):
         said, page = Help(path), page_of(program)
         self.assertGreater(len(said.options), 10, "the help is not understood")
+        self.assertIn("Exit status: 0 ", said.footer)
         self.assertIn(f"{program} - {said.title}\n", page)
         for text in said.texts:
             self.assertIn(text, page)
