@@ -90,11 +90,12 @@ TEST(HidePassword, AlsoWhereItIsEncodedAsInAddresses) {
 }
 
 TEST(HidePassword, WhatOnlyLooksLikeItStays) {
-  for (const char* const other :
-       {"p%4", "p%", "p%40ss%2", "p%40ss%2Bword", "p%4@ss word", "p%+4ss word", "p@ss%word", "p@ss-word", "p@ss wor"}) {
+  for (const char* const other : {"p%4", "p%", "p%40ss%2", "p%40ss%2Bword", "p%4@ss word", "p%+4ss word", "p@ss%word",
+                                  "p@ss-word", "p@ss wor", "p+ss word"}) {
     EXPECT_EQ(HidePassword(other, "p@ss word"), other);
   }
   EXPECT_EQ(HidePassword("a+b+c", "a b+d"), "a+b+c");
+  EXPECT_EQ(HidePassword("tab%9zz", "tab\tz"), "tab%9zz") << "one digit is too few";
 }
 
 TEST(HidePassword, ShortOnesAreLeftAlone) {
