@@ -162,11 +162,15 @@ class CAMAPI_ONVIF_EXPORT ONVIFAPI : public CameraAPI {
                             std::string strSkip, std::string& strFound);
 
   /// Finds an encoder configuration, other than `strSkip`, that offers encoding and size.
+  /// \param strCodec, strReso as above
+  /// \param strSkip token of the configuration that is passed over
   /// \param[out] strFound its token; empty when there is none
   /// \return 1 found; 0 not found, or a request failed
   int FindVdoEncByVdoTypeReso(std::string strCodec, std::string strReso, std::string strSkip, std::string& strFound);
 
   /// Finds the first profile, other than `strSkip`, to which an encoder configuration is bound.
+  /// \param lstProfile, strSkip as above
+  /// \param strEncoder token of the configuration
   /// \param[out] strFound its token; untouched when there is none
   /// \return 1 found, 0 not found
   int FindProfByVdoEncoder(const std::list<OVF_MED_PROFILE>& lstProfile, std::string strEncoder, std::string strSkip,
