@@ -84,14 +84,14 @@ bool HoldsPassword(Session& session) {
 }
 
 // What a server would have stored of the camera. No password is written, and no address that was made unreadable and
-// would not work: without capabilities the camera is asked for them each time.
+// would not work: for what is left out the camera is asked each time.
 CameraFile FileOf(Session& session) {
   const Connection& connection = session.GetConnection();
   CameraFile file;
   file.host = connection.host;
   file.port = connection.port;
   if (!connection.user.empty()) file.user = connection.user;
-  file.profiles = session.Profiles();
+  if (session.WithoutPassword(session.Profiles()) == session.Profiles()) file.profiles = session.Profiles();
   if (!HoldsPassword(session)) file.capabilities = session.Camera().capabilities;
   return file;
 }
@@ -115,7 +115,7 @@ void RunCaps(Runner& runner, const std::optional<std::string>& path, bool replac
   Session& session = runner.GetSession();
   ShowReport(runner.GetConsole(), session.Camera());
   if (!path || !runner.LearnProfiles() || !runner.Run(Save(*path, replace))) return;
-  session.Camera().profiles = session.Profiles();
+  session.Camera().profiles = session.WithoutPassword(session.Profiles());
   runner.GetConsole().Line("");
   const std::string saved = HoldsPassword(session) ? std::string("Saved ") + kWithoutCapabilities : "Saved";
   runner.GetConsole().Line(saved + "; use it with --camera " + *path);

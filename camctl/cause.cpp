@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "camctl/text.h"
+#include "onvif/onvifservice.h"
 #include "platform/cameraresult.h"
 #include "platform/httplimits.h"
 
@@ -15,7 +16,6 @@ constexpr const char* kCheckAccount =
     "check user and password; a camera whose clock is off by minutes refuses right ones too";
 constexpr const char* kCheckAddress = "check address, port and power";
 constexpr const char* kWaitLonger = "; a slow camera needs a longer --timeout";
-constexpr long kLongestWait = 120;  // seconds that the driver waits for one answer
 
 // Placeholders of the texts: {address} host and port, {host}, {user}, {path}, {status}, {error}, {fault}, {tries}.
 struct FaultRow {
@@ -57,7 +57,7 @@ constexpr ExchangeRow kExchanges[] = {
     {HTTP_POST_TIMED_OUT, "Connection time", "nothing answers at {address} in time: {error}", kCheckAddress,
      HTTP_CONNECT_TIMEOUT_S},
     {HTTP_POST_TIMED_OUT, "", "no complete answer from {address} in time: {error}", "check the network and the port",
-     kLongestWait},
+     ONVIF_EXCHANGE_TIMEOUT_S},
     {HTTP_POST_NOT_XML, "", "what {address}{path} answered is no XML; is this the camera's web page?",
      "check the port: the ONVIF service may be on another one"},
     {HTTP_POST_TOO_LARGE, "", "the answer of {address}{path} is too large to be one of a camera",

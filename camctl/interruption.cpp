@@ -30,7 +30,12 @@ Interruption::Interruption() {
   struct sigaction action {};
   action.sa_handler = &Note;
   action.sa_flags = static_cast<int>(SA_RESTART | SA_RESETHAND);
-  for (std::size_t i = 0; i < kSignals.size(); ++i) sigaction(kSignals.at(i), &action, &m_previous.at(i));
+  for (std::size_t i = 0; i < kSignals.size(); ++i) {
+    struct sigaction& previous = m_previous.at(i);
+    sigaction(kSignals.at(i), &action, &previous);
+    // nohup, or a shell's job in the background
+    if (previous.sa_handler == SIG_IGN) sigaction(kSignals.at(i), &previous, nullptr);
+  }
 }
 
 Interruption::~Interruption() {

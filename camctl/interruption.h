@@ -8,7 +8,7 @@
 namespace camctl {
 
 /// While it lives, the first SIGINT, SIGTERM or SIGHUP does not end the program but ends `Wait`. A second one of the
-/// same kind acts as it did before. One object at a time.
+/// same kind acts as it did before, and one that was ignored stays ignored. One object at a time.
 class Interruption {
  public:
   /// Throws std::system_error when the system has no descriptors left.

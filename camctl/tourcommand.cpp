@@ -22,9 +22,10 @@ namespace {
 struct Traces {
   bool stateKnown = false;
   CameraState state;
-  std::string profiles;  // token pair before the streams were set
-  int preset = -1;       // number of the preset that is the tour's own
-  int movingTo = 0;      // direction in which the lens moves; 0: it does not
+  std::string profiles;   // token pair before the streams were set
+  int preset = -1;        // number of the preset that is the tour's own
+  int movingTo = 0;       // direction in which the lens may move; 0: it does not
+  std::string notMoving;  // why it does not all the same, if the camera says so; empty: it must stop
 };
 
 void ShowHeading(Runner& runner) {
@@ -107,6 +108,7 @@ bool TourMoves(Runner& runner, Traces& traces) {
   const LensPlan plan = PlanLens(runner.GetSession().Record());
   if (!runner.RunIfPossible(MoveLens(plan.direction), plan.stepExcuse)) return false;
   traces.movingTo = plan.direction;
+  traces.notMoving = plan.startExcuse;
   if (!runner.RunIfPossible(StartLens(plan.direction, kUsualSpeed), plan.startExcuse)) return false;
   if (!runner.RunIfPossible(StopLens(plan.direction), plan.startExcuse)) return false;
   traces.movingTo = 0;
@@ -161,7 +163,7 @@ bool LeaveAsFound(Runner& runner, Traces& traces, bool answers) {
     runner.GetConsole().Line("The camera cannot be put back to what it was.");
     return false;
   }
-  const bool stopped = traces.movingTo == 0 || runner.Run(StopLens(traces.movingTo));
+  const bool stopped = traces.movingTo == 0 || runner.RunIfPossible(StopLens(traces.movingTo), traces.notMoving);
   const bool back = traces.preset < 0 || runner.Run(VisitPreset(traces.preset));
   const bool removed = traces.preset < 0 || RemovePreset(runner, traces);
   const bool restored = runner.Run(RestoreState(traces.state));

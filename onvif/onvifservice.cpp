@@ -12,9 +12,6 @@ namespace {
 
 constexpr const char* k_pServiceSource = "onvif/onvifservice";
 
-// Seconds for one exchange.
-constexpr int k_nPostTimeout_s = 120;
-
 // What `CameraAPI::SendHttpXmlSocketPost` answers besides 0, as far as it matters here.
 constexpr int k_nHostAuthRefused = 5;
 constexpr int k_nHostErrorStatusWithBody = 6;
@@ -100,13 +97,14 @@ std::string OnvifServiceBase::GenSOAPMsg(std::string strBody) {
 }
 
 RET_ONVIF OnvifServiceBase::SendSOAPMsg(std::string strBody, _xmlDoc*& pResponse) {
-  const int nHostResult =
-      m_pCamApi->SendHttpXmlSocketPost(m_strServicePath, GenSOAPMsg(std::move(strBody)), pResponse, k_nPostTimeout_s);
+  const int nHostResult = m_pCamApi->SendHttpXmlSocketPost(m_strServicePath, GenSOAPMsg(std::move(strBody)), pResponse,
+                                                           ONVIF_EXCHANGE_TIMEOUT_S);
   return Classify(nHostResult, pResponse);
 }
 
 RET_ONVIF OnvifServiceBase::SendSOAPMsg(_xmlDoc*& pRequest, _xmlDoc*& pResponse) {
-  const int nHostResult = m_pCamApi->SendHttpXmlSocketPost(m_strServicePath, pRequest, pResponse, k_nPostTimeout_s);
+  const int nHostResult =
+      m_pCamApi->SendHttpXmlSocketPost(m_strServicePath, pRequest, pResponse, ONVIF_EXCHANGE_TIMEOUT_S);
   return Classify(nHostResult, pResponse);
 }
 

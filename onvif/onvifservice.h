@@ -27,6 +27,9 @@ enum RET_ONVIF : int {
   RET_ONVIF_XML_FAIL = 5,        ///< an expected node, attribute or text is missing, or libxml2 failed
 };
 
+/// Longest time that one exchange may take, in seconds; a fixed number of the contract with the server.
+inline constexpr int ONVIF_EXCHANGE_TIMEOUT_S = 120;
+
 /// Cuts the address that a camera reports into path and port.
 ///
 /// "http://192.168.1.10/onvif/device_service" gives "/onvif/device_service" and an empty port;

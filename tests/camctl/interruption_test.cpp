@@ -31,6 +31,17 @@ TEST(Interruption, SecondSignalOfTheKindActsAsBefore) {
   EXPECT_EQ(result, -SIGTERM);
 }
 
+TEST(Interruption, IgnoredSignalStaysIgnored) {
+  const int result = testsupport::RunInChild([] {
+    signal(SIGHUP, SIG_IGN);
+    Interruption interruption;
+    raise(SIGHUP);
+    raise(SIGHUP);
+    return interruption.Wait(std::chrono::milliseconds(0)) ? 1 : 7;
+  });
+  EXPECT_EQ(result, 7);
+}
+
 TEST(Interruption, SignalsActAsBeforeAfterItsEnd) {
   const int result = testsupport::RunInChild([] {
     { const Interruption interruption; }

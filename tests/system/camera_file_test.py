@@ -54,20 +54,27 @@ class CameraFile(unittest.TestCase):
         self.assertEqual(moved.returncode, 0, moved.stdout + moved.stderr)
         self.assertEqual([step["operation"] for step in json.loads(moved.stdout)["steps"]], ["LensPTZ"])
 
-    def test_file_holds_no_address_with_the_password_and_serves_later_commands(self):
-        word = "onvif"  # stands in the addresses of the camera's services
+    def test_file_holds_no_value_with_the_password_and_serves_later_commands(self):
+        # Stands in the addresses of the camera's services, and in the tokens of its profiles.
+        for word, kept, learned in (("onvif", "profile_1,profile_2", []), ("profile", None, ["GetProfiles"])):
+            with self.subTest(word=word):
+                self.save_and_use(word, kept, learned)
+
+    def save_and_use(self, word, kept, learned):
+        """Saves the file of a camera with that password; then the profiles `kept` are in it, and a later command needs the
+        operations `learned` because of that."""
         account = programs.temporary_file(self, word + "\n")
         with programs.Camera("ptz-dome", "--password-file", account) as camera:
             done = programs.camctl("--host", "127.0.0.1", "--port", str(camera.port), "--user", programs.USER, "caps",
-                                   "--save", self.path, CAMCTL_PASSWORD=word)
+                                   "--save", self.path, "--force", CAMCTL_PASSWORD=word)
             self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
             self.assertIn("Saved without the capabilities, one of which holds the password", done.stdout)
-            self.assertEqual((self.saved()["profiles"], self.saved()["capabilities"]), ("profile_1,profile_2", {}))
-            self.assertNotIn(word, json.dumps(self.saved()))
+            self.assertEqual((self.saved().get("profiles"), self.saved()["capabilities"]), (kept, {}))
+            self.assertNotIn(word, json.dumps(list(self.saved().values())))
             moved = programs.camctl("--camera", self.path, "--json", "ptz", "move", "left", CAMCTL_PASSWORD=word)
         self.assertEqual(moved.returncode, 0, moved.stdout + moved.stderr)
         self.assertEqual([step["operation"] for step in json.loads(moved.stdout)["steps"]],
-                         ["GetCapabilities", "GetCapability", "LensPTZ"])
+                         ["GetCapabilities", "GetCapability", *learned, "LensPTZ"])
 
     def test_without_a_record_the_report_comes_first(self):
         moved = self.camctl(*self.arguments, "--json", "ptz", "move", "left")
