@@ -21,6 +21,10 @@ inline constexpr std::size_t XML_MAX_START_TAG_BYTES = std::size_t{32} * 1024;
 /// it busy for a minute, and so do many elements of some thousands.
 inline constexpr std::size_t XML_MAX_ATTRIBUTES = 256;
 
+/// Longest name of an element and longest address of a namespace, in bytes. libxml2 writes them out in each of its
+/// complaints, which may be as many as there are attributes.
+inline constexpr std::size_t XML_MAX_NAME_BYTES = 512;
+
 /// Most namespace declarations in scope at one place: those of an element and of all around it. libxml2 searches them
 /// for every name with a prefix: 100,000 elements below 200,000 declarations keep it busy for longer than anybody waits.
 inline constexpr std::size_t XML_MAX_NAMESPACES = 256;

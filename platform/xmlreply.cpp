@@ -35,15 +35,11 @@ BYTE_CLASS ClassOf(char cByte) {
   return k_rgByteClass[static_cast<unsigned char>(cByte)];
 }
 
-constexpr std::string_view k_strInstruction = "<?";
-
-bool IsBlank(char cByte) {
-  return ClassOf(cByte) == BYTE_CLASS::Blank;
-}
-
 // Badly encoded bytes are no such character.
 bool HoldsForbiddenCharacter(std::string_view strText) {
   for (std::size_t nAt = 0; nAt < strText.size(); ++nAt) {
+    const bool blContinuation = (static_cast<unsigned char>(strText[nAt]) & 0xC0U) == 0x80U;
+    if (blContinuation) continue;  // libxml2 would decode it all the same
     int nLength = static_cast<int>(std::min<std::size_t>(strText.size() - nAt, 4));
     const int nCode = xmlGetUTF8Char(reinterpret_cast<const unsigned char*>(&strText[nAt]), &nLength);
     if (nCode >= 0 && !xmlIsCharQ(static_cast<unsigned>(nCode))) return true;
@@ -51,21 +47,28 @@ bool HoldsForbiddenCharacter(std::string_view strText) {
   return false;
 }
 
-// Whether what stands behind "<?", with a '<' in it, begins with the name of an instruction. The XML declaration does not,
-// for the parser leaves it at its first fault; nor do names in other letters, which nobody uses.
-bool IsNamedInstruction(std::string_view strInside) {
-  constexpr std::string_view strDeclaration = "xml";
-  if (strInside.substr(0, strDeclaration.size()) == strDeclaration && IsBlank(strInside[strDeclaration.size()])) {
-    return false;
-  }
-  const char cFirst = strInside.front();
-  return (cFirst >= 'a' && cFirst <= 'z') || (cFirst >= 'A' && cFirst <= 'Z') || cFirst == '_' || cFirst == ':';
+// libxml2 leaves a section at a character that XML forbids, and takes what follows for markup.
+bool IsSoundCdata(std::string_view strInside) {
+  return strInside.find('<') == std::string_view::npos || !HoldsForbiddenCharacter(strInside);
 }
 
-// Whether libxml2 leaves a comment, CDATA or a processing instruction at a fault in it, and goes on with markup there.
-bool HasMarkupBehindAFault(std::string_view strOpen, std::string_view strInside) {
-  if (strInside.find('<') == std::string_view::npos) return false;
-  return HoldsForbiddenCharacter(strInside) || (strOpen == k_strInstruction && !IsNamedInstruction(strInside));
+// It complains of each "--", with all of the comment before it, and does not see an end behind a '-'.
+bool IsSoundComment(std::string_view strInside) {
+  if (strInside.find("--") != std::string_view::npos) return false;
+  return (strInside.empty() || strInside.back() != '-') && IsSoundCdata(strInside);
+}
+
+// It leaves an instruction without a name, or with one of 50,000 bytes, at once, and the XML declaration at its first
+// fault. Names in other letters, which nobody uses, count as none.
+bool IsSoundInstruction(std::string_view strInside) {
+  constexpr std::size_t nLongestName = 256;
+  if (strInside.find('<') == std::string_view::npos) return true;
+  const std::string_view strName = strInside.substr(0, strInside.find_first_of(" \t\r\n"));
+  if (strName.empty() || strName.size() > nLongestName || strName == "xml") return false;
+  const char cFirst = strName.front();
+  const bool blName =
+      (cFirst >= 'a' && cFirst <= 'z') || (cFirst >= 'A' && cFirst <= 'Z') || cFirst == '_' || cFirst == ':';
+  return blName && !HoldsForbiddenCharacter(strInside);
 }
 
 // Walks over the markup of a UTF-8 document, without understanding it, and refuses what would cost libxml2 too much.
@@ -90,6 +93,7 @@ class MarkupScan {
   struct SECTION {
     std::string_view strOpen;
     std::string_view strClose;
+    bool (*pfnIsSound)(std::string_view strInside);  // whether libxml2, too, sees its end at strClose
   };
 
   bool StartsWith(std::size_t nAt, std::string_view strWhat) const {
@@ -110,14 +114,17 @@ class MarkupScan {
   }
 
   XML_REPLY_RESULT SkipSection(std::size_t& nAt) const {
-    static constexpr SECTION rgSection[] = {{"<!--", "-->"}, {"<![CDATA[", "]]>"}, {k_strInstruction, "?>"}};
+    static constexpr SECTION rgSection[] = {
+        {"<!--", "-->", IsSoundComment}, {"<![CDATA[", "]]>", IsSoundCdata}, {"<?", "?>", IsSoundInstruction}};
+    // libxml2 goes through all of these that it has at each one more.
+    if (StartsWith(nAt, "<?oasis-xml-catalog")) return XML_REPLY_RESULT::LimitRefused;
     for (const SECTION& section : rgSection) {
       if (!StartsWith(nAt, section.strOpen)) continue;
       const std::size_t nInside = nAt + section.strOpen.size();
       nAt = m_strText.find(section.strClose, nInside);
       if (nAt == std::string_view::npos) return XML_REPLY_RESULT::NotXml;
-      const std::string_view strInside = m_strText.substr(nInside, nAt - nInside);
-      return HasMarkupBehindAFault(section.strOpen, strInside) ? XML_REPLY_RESULT::NotXml : XML_REPLY_RESULT::Parsed;
+      const bool blSound = section.pfnIsSound(m_strText.substr(nInside, nAt - nInside));
+      return blSound ? XML_REPLY_RESULT::Parsed : XML_REPLY_RESULT::NotXml;
     }
     return XML_REPLY_RESULT::LimitRefused;  // DOCTYPE: entities can ask for gigabytes
   }
@@ -127,7 +134,11 @@ class MarkupScan {
     const std::size_t nEnd = std::min(m_strText.size(), nAt + XML_MAX_START_TAG_BYTES);
     std::size_t nAttributes = 0;
     std::size_t nNamespaces = 0;
-    while ((nAt = SkipOther(nAt + 1, nEnd)) < nEnd) {
+    bool blAddress = false;  // the next value is a namespace
+    const std::size_t nName = nAt + 1;
+    nAt = SkipOther(nName, nEnd);
+    if (nAt - nName > XML_MAX_NAME_BYTES) return XML_REPLY_RESULT::LimitRefused;
+    for (; nAt < nEnd; nAt = SkipOther(nAt + 1, nEnd)) {
       switch (ClassOf(m_strText[nAt])) {
         case BYTE_CLASS::Other:
           break;
@@ -136,11 +147,16 @@ class MarkupScan {
         case BYTE_CLASS::Close:
           return Enter(nNamespaces, m_strText[nAt - 1] == '/');
         case BYTE_CLASS::Blank:
-          if (StartsWith(nAt + 1, "xmlns")) ++nNamespaces;
+          if (!StartsWith(nAt + 1, "xmlns")) break;
+          ++nNamespaces;
+          blAddress = true;
           break;
         case BYTE_CLASS::Quote:
           if (++nAttributes > XML_MAX_ATTRIBUTES) return XML_REPLY_RESULT::LimitRefused;
+          const std::size_t nValue = nAt + 1;
           if (!SkipValue(nAt, nEnd)) return XML_REPLY_RESULT::NotXml;
+          if (blAddress && nAt - nValue > XML_MAX_NAME_BYTES) return XML_REPLY_RESULT::LimitRefused;
+          blAddress = false;
       }
     }
     return AtEndOfTag(nEnd);
